@@ -1,0 +1,121 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "ondrix/sigcore/tone.h"
+
+using namespace ondrix;
+
+namespace {
+
+// Generates total samples in blocks of the given size through the kernel and its state.
+template <class State, class Fill>
+TVec InBlocks(State state, Fill fill, int total, int block, bool complex) {
+  TVec out(total, complex), part(block, complex);
+  for (int start = 0; start < total; start += block) {
+    fill(part, state);
+    out.Copy(part, 0, start, block);
+  }
+  return out;
+}
+
+double MaxAbsDiff(const TVec& a, const TVec& b) {
+  double m = 0;
+  for (int i = 0; i < a.RealLength(); ++i) m = std::max(m, std::fabs(a.PValues()[i] - b.PValues()[i]));
+  return m;
+}
+
+}  // namespace
+
+TEST(Tone, RealAndComplexMatchClosedForm) {
+  const double f = 0.0123456, phi = 0.7, a = 1.7;
+  for (bool complex : {false, true}) {
+    TToneState s;
+    ToneInit(f, phi, a, s, complex);
+    TVec x(100000, complex);
+    Tone(x, s);
+    double err = 0;
+    for (int n = 0; n < x.Length(); ++n) {
+      // Closed form evaluated in long double so that the reference is the more exact one.
+      long double thl = 2 * 3.14159265358979323846264338327950288L * (long double)f * n + phi;
+      if (complex)
+        err = std::max(err, std::abs(x.CValues(n) - TCplx((double)(a * cosl(thl)), (double)(a * sinl(thl)))));
+      else
+        err = std::max(err, std::fabs(x.Values(n) - (double)(a * sinl(thl))));
+    }
+    EXPECT_LT(err, 1e-12) << "complex=" << complex;
+  }
+}
+
+TEST(Tone, BlockwiseEqualsOneBlock) {
+  for (bool complex : {false, true}) {
+    for (double f : {0.1, 0.013, 0.49, 0.73, -0.2}) {
+      TToneState s;
+      ToneInit(f, -2.0, 1.0, s, complex);
+      TToneState fresh;
+      ToneInit(f, -2.0, 1.0, fresh, complex);
+      TVec one(4096, complex);
+      Tone(one, fresh);
+      for (int block : {1, 7, 128, 1000}) {
+        TToneState st;
+        ToneInit(f, -2.0, 1.0, st, complex);
+        TVec blocks = InBlocks(st, [](TVec& v, TToneState& t) { Tone(v, t); }, 4096 / block * block, block, complex);
+        one.SetSubRange(0, blocks.Length());
+        EXPECT_LT(MaxAbsDiff(blocks, one), 1e-12) << "f=" << f << " block=" << block;
+        one.SetFullRange();
+      }
+    }
+  }
+}
+
+TEST(Tone, HelpersWrapAngleAndFrequency) {
+  EXPECT_NEAR(FixAngle(3 * M_PI), M_PI, 1e-15);
+  EXPECT_NEAR(FixAngle(-M_PI), M_PI, 1e-15);  // (-π, π]
+  EXPECT_NEAR(FixAngle(2 * M_PI + 0.5), 0.5, 1e-15);
+  EXPECT_DOUBLE_EQ(CircularFrequency(1.25, true), 0.25);
+  EXPECT_DOUBLE_EQ(CircularFrequency(-0.25, true), 0.75);
+  EXPECT_DOUBLE_EQ(CircularFrequency(0.75, false), 0.25);
+  EXPECT_DOUBLE_EQ(CircularFrequency(-0.1, false), 0.1);
+  TToneState s;
+  ToneInit(0.1, 0, 1, s, true);
+  TVec wrongFlag(8);
+  EXPECT_THROW(Tone(wrongFlag, s), EVecError);
+}
+
+TEST(Triangle, ShapeValueIsTheRisingFractionAndBlocksJoin) {
+  const int period = 200;  // f = 1/200
+  for (double skew : {-0.6, 0.0, 0.5}) {
+    TTriangleState s;
+    TriangleToneInit(1.0 / period, 0.0, 2.0, skew, s, false);
+    TVec x(period * 5);
+    TriangleTone(x, s);
+    int rising = 0;
+    for (int i = 1; i <= period; ++i) rising += x.Values(i) > x.Values(i - 1);
+    double rise = (1 + skew) / 2;
+    EXPECT_NEAR(rising / double(period), rise, 1.5 / period) << "skew " << skew;
+    double mx, mn;
+    x.MaxMin(mx, mn);
+    EXPECT_NEAR(mx, 2.0, 2.0 * 2 / (period * std::min(rise, 1 - rise)));
+    EXPECT_NEAR(mn, -2.0, 2.0 * 2 / (period * std::min(rise, 1 - rise)));
+    EXPECT_NEAR(x.Values(0), 0.0, 1e-12);  // phase 0: zero crossing on the rise
+    EXPECT_GT(x.Values(1), 0.0);
+    EXPECT_NEAR(x.Mean(), 0.0, 1e-12);
+  }
+  // Quarter period ahead in the real part, like cos against sin.
+  TTriangleState c;
+  TriangleToneInit(0.01, 0.0, 1.0, 0.0, c, true);
+  TVec z(100, true);
+  TriangleTone(z, c);
+  EXPECT_NEAR(z.CValues(0).real(), 1.0, 1e-12);
+  EXPECT_NEAR(z.CValues(25).imag(), 1.0, 1e-12);
+
+  for (bool complex : {false, true}) {
+    TTriangleState a, b;
+    TriangleToneInit(0.0173, 1.0, 1.0, 0.3, a, complex);
+    b = a;
+    TVec one(1024, complex);
+    TriangleTone(one, a);
+    TVec blocks = InBlocks(b, [](TVec& v, TTriangleState& t) { TriangleTone(v, t); }, 1024, 128, complex);
+    EXPECT_LT(MaxAbsDiff(blocks, one), 1e-12);
+  }
+}
