@@ -1,0 +1,243 @@
+// Correlations against numpy.correlate (tests/gen_fft_reference.py) and analytic cases.
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "ondrix/vec/correlation.h"
+
+namespace ondrix {
+namespace {
+
+static_assert(std::endian::native == std::endian::little, "reference files are little-endian");
+
+// The arrays of corr_ref_<name>.f64, in file order; the last four are numpy "full" outputs.
+struct CorrRef {
+  int nx = 0, ny = 0;
+  TVec x, y, xc, yc, autoR, crossR, autoC, crossC;
+};
+
+CorrRef LoadCorrRef(const std::string& name, int nx, int ny) {
+  std::ifstream in(std::string(ONDRIX_TEST_DATA_DIR) + "/corr_ref_" + name + ".f64",
+                   std::ios::binary);
+  if (!in) throw std::runtime_error("missing reference file for " + name);
+  auto next = [&in](int n, bool complex) {
+    TVec v(n, complex);
+    in.read(reinterpret_cast<char*>(v.PValues()),
+            static_cast<std::streamsize>(sizeof(double) * v.RealLength()));
+    if (!in) throw std::runtime_error("reference file too short");
+    return v;
+  };
+  CorrRef r;
+  r.nx = nx;
+  r.ny = ny;
+  r.x = next(nx, false);
+  r.y = next(ny, false);
+  r.xc = next(nx, true);
+  r.yc = next(ny, true);
+  r.autoR = next(2 * nx - 1, false);
+  r.crossR = next(nx + ny - 1, false);
+  r.autoC = next(2 * nx - 1, true);
+  r.crossC = next(nx + ny - 1, true);
+  EXPECT_EQ(in.peek(), std::char_traits<char>::eof());
+  return r;
+}
+
+const CorrRef& Small() {
+  static const CorrRef r = LoadCorrRef("small", 40, 29);
+  return r;
+}
+
+const CorrRef& Medium() {
+  static const CorrRef r = LoadCorrRef("medium", 600, 450);
+  return r;
+}
+
+TCplx At(const TVec& v, int i) { return v.Complex() ? v.CValues(i) : TCplx(v.Values(i), 0.0); }
+
+::testing::AssertionResult Near(const TVec& got, const TVec& ref, double rel = 1e-12) {
+  if (got.Length() != ref.Length() || got.Complex() != ref.Complex())
+    return ::testing::AssertionFailure()
+           << "shape " << got.Length() << (got.Complex() ? "c" : "r") << " expected "
+           << ref.Length() << (ref.Complex() ? "c" : "r");
+  double scale = 0.0, err = 0.0;
+  int worst = 0;
+  for (int i = 0; i < ref.Length(); ++i) {
+    scale = std::max(scale, std::abs(At(ref, i)));
+    const double e = std::abs(At(got, i) - At(ref, i));
+    if (e > err) err = e, worst = i;
+  }
+  if (err <= rel * scale) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure()
+         << "max error " << err << " at " << worst << " exceeds " << rel << " x " << scale;
+}
+
+// Lags −lo .. hi − 1 out of a numpy "full" correlation whose first factor had nx values
+// (lag k at index nx − 1 + k); lags outside it are 0.
+TVec Lags(const TVec& full, int nx, int lo, int hi) {
+  TVec v(lo + hi, full.Complex());
+  for (int j = 0; j < lo + hi; ++j) {
+    const int i = nx - 1 + (j - lo);
+    if (i >= 0 && i < full.Length()) {
+      if (full.Complex())
+        v.CValues(j) = full.CValues(i);
+      else
+        v.Values(j) = full.Values(i);
+    }
+  }
+  return v;
+}
+
+// v[k] *= f(k) on the real and imaginary parts.
+template <class F>
+TVec Scaled(TVec v, F f) {
+  for (int k = 0; k < v.Length(); ++k) {
+    if (v.Complex())
+      v.CValues(k) *= f(k);
+    else
+      v.Values(k) *= f(k);
+  }
+  return v;
+}
+
+constexpr TCorrMethod kMethods[] = {cmDirect, cmFFT, cmAuto};
+
+TEST(Correlation, AutoCorrMatchesNumpy) {
+  for (const CorrRef* r : {&Small(), &Medium()}) {
+    const int n = r->nx;
+    for (bool complex : {false, true}) {
+      const TVec& x = complex ? r->xc : r->x;
+      const TVec& full = complex ? r->autoC : r->autoR;
+      for (int lags : {1, 2, 17, n - 1, n, n + 9}) {
+        for (TCorrMethod m : kMethods) {
+          SCOPED_TRACE(::testing::Message() << "n " << n << (complex ? " complex" : " real")
+                                            << " lags " << lags << " method " << m);
+          TVec d;
+          const TVec expected = Lags(full, n, 0, lags);
+          AutoCorrNormal(d, x, lags, m);
+          EXPECT_TRUE(Near(d, expected));
+          AutoCorrBiased(d, x, lags, m);
+          EXPECT_TRUE(Near(d, Scaled(expected, [n](int) { return 1.0 / n; })));
+          AutoCorrUnBiased(d, x, lags, m);
+          EXPECT_TRUE(
+              Near(d, Scaled(expected, [n](int k) { return k < n ? 1.0 / (n - k) : 0.0; })));
+        }
+      }
+    }
+  }
+}
+
+TEST(Correlation, CrossCorrMatchesNumpy) {
+  for (const CorrRef* r : {&Small(), &Medium()}) {
+    const int nx = r->nx, ny = r->ny;
+    // (HiLag, LoLag): positive lags only, negative only, both, the full overlap, and beyond it.
+    const std::pair<int, int> bounds[] = {{1, 0},       {0, 4},           {5, 3},
+                                          {ny, nx - 1}, {ny + 6, nx + 3}, {2, nx + 8}};
+    for (bool complex : {false, true}) {
+      const TVec& x = complex ? r->xc : r->x;
+      const TVec& y = complex ? r->yc : r->y;
+      const TVec& full = complex ? r->crossC : r->crossR;
+      for (auto [hi, lo] : bounds) {
+        for (TCorrMethod m : kMethods) {
+          SCOPED_TRACE(::testing::Message() << "nx " << nx << (complex ? " complex" : " real")
+                                            << " hi " << hi << " lo " << lo << " method " << m);
+          TVec d;
+          CrossCorr(d, x, y, hi, lo, m);
+          EXPECT_TRUE(Near(d, Lags(full, nx, lo, hi)));
+        }
+      }
+    }
+  }
+}
+
+// cmAuto changes path at some lag count: the results on either side of the switch match
+// both forced paths and numpy.
+TEST(Correlation, AutomaticSwitchOver) {
+  const CorrRef& r = Medium();
+  const int n = r.nx;
+  int first = 1;
+  while (first <= n && !CorrUsesFFT(n, n, 0, first)) ++first;
+  ASSERT_GT(first, 1) << "a single lag should be summed directly";
+  ASSERT_LE(first, n / 2) << "many lags of a long vector should go through FFTs";
+  for (int lags : {first - 1, first}) {
+    TVec a, direct, fft;
+    AutoCorrNormal(a, r.x, lags);
+    AutoCorrNormal(direct, r.x, lags, cmDirect);
+    AutoCorrNormal(fft, r.x, lags, cmFFT);
+    EXPECT_TRUE(Near(a, Lags(r.autoR, n, 0, lags))) << lags;
+    EXPECT_TRUE(Near(direct, fft)) << lags;
+    EXPECT_TRUE(Near(a, direct)) << lags;
+  }
+
+  const int nx = r.nx, ny = r.ny;
+  int hi = 1;
+  while (hi <= ny && !CorrUsesFFT(nx, ny, hi, hi)) ++hi;
+  ASSERT_GT(hi, 1);
+  ASSERT_LE(hi, ny / 2);
+  for (int h : {hi - 1, hi}) {
+    TVec a, direct, fft;
+    CrossCorr(a, r.xc, r.yc, h, h);
+    CrossCorr(direct, r.xc, r.yc, h, h, cmDirect);
+    CrossCorr(fft, r.xc, r.yc, h, h, cmFFT);
+    EXPECT_TRUE(Near(a, Lags(r.crossC, nx, h, h))) << h;
+    EXPECT_TRUE(Near(direct, fft)) << h;
+  }
+}
+
+// X has an impulse at 2, Y at 5: Σ X[n]·Y[n+k] is 1 at lag k = 3 only.
+TEST(Correlation, AnalyticImpulsesPinLagSign) {
+  TVec x(8), y(10);
+  x.Values(2) = 1.0;
+  y.Values(5) = 1.0;
+  for (TCorrMethod m : kMethods) {
+    TVec d;
+    CrossCorr(d, x, y, 6, 4, m);  // lags −4 .. 5, lag 3 at element 7
+    TVec expected(10);
+    expected.Values(7) = 1.0;
+    EXPECT_TRUE(Near(d, expected)) << m;
+  }
+}
+
+TEST(Correlation, DestinationMayBeASource) {
+  const CorrRef& r = Small();
+  TVec x = r.x;
+  AutoCorrBiased(x, x, 12);
+  EXPECT_TRUE(Near(x, Scaled(Lags(r.autoR, r.nx, 0, 12), [&r](int) { return 1.0 / r.nx; })));
+  TVec xc = r.xc, yc = r.yc;
+  CrossCorr(xc, xc, r.yc, 7, 5);
+  EXPECT_TRUE(Near(xc, Lags(r.crossC, r.nx, 5, 7)));
+  CrossCorr(yc, r.xc, yc, 7, 5, cmFFT);
+  EXPECT_TRUE(Near(yc, Lags(r.crossC, r.nx, 5, 7)));
+}
+
+// A size-event handler of Dst that correlates other data must not disturb the result.
+TEST(Correlation, SizeEventHandlerMayCorrelate) {
+  const CorrRef& r = Small();
+  TVec other, d;
+  d.OnSetSize = [&](TVec*) { AutoCorrNormal(other, r.y, 20); };
+  CrossCorr(d, r.x, r.y, 9, 4);
+  EXPECT_TRUE(Near(d, Lags(r.crossR, r.nx, 4, 9)));
+  EXPECT_EQ(other.Length(), 20);
+}
+
+TEST(Correlation, EdgeCasesAndErrors) {
+  TVec d(3), empty, r(5), c(5, true);
+  AutoCorrNormal(d, r, 0);
+  EXPECT_TRUE(d.Empty());
+  AutoCorrBiased(d, empty, 4);
+  EXPECT_TRUE(Near(d, TVec(4)));  // no data: all lags are 0, not NaN
+  AutoCorrUnBiased(d, empty, 4);
+  EXPECT_TRUE(Near(d, TVec(4)));
+  EXPECT_THROW(AutoCorrNormal(d, r, -1), EVecError);
+  EXPECT_THROW(CrossCorr(d, r, r, -1, 0), EVecError);
+  EXPECT_THROW(CrossCorr(d, r, r, 2, -3), EVecError);
+  EXPECT_THROW(CrossCorr(d, r, c, 2, 2), EVecError);
+}
+
+}  // namespace
+}  // namespace ondrix
