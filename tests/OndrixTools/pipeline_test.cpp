@@ -1,0 +1,355 @@
+// The pull protocol: chains, diamonds, multi-input components, streaming and ending sources,
+// events and error wrapping.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "ondrix/OndrixTools/OndrixTools.h"
+
+using namespace ondrix;
+
+namespace {
+
+/// A source that counts its updates and writes the count into every sample. It answers
+/// pipeStream on the updates listed in streamAt and pipeEnd from update endAt on.
+class TCounter : public TSignal {
+public:
+  using TSignal::TSignal;
+  int updates = 0;
+  int endAt = -1;
+  std::vector<int> streamAt;
+  TPipeState InternalUpdate() override {
+    ++updates;
+    if (endAt >= 0 && updates >= endAt) return pipeEnd;
+    for (int s : streamAt)
+      if (s == updates) return pipeStream;
+    Data().SetVal(updates);
+    return pipeOK;
+  }
+};
+
+/// Copies its input times a gain; counts its updates.
+class TGain : public TSignal {
+public:
+  explicit TGain(TComponent* owner, double g = 2.0) : TSignal(owner), gain(g) { SetUsesInputs(true); }
+  double gain;
+  int updates = 0;
+  TPipeState InternalUpdate() override {
+    ++updates;
+    Data().Copy(Input()->Data()).Scale(gain);
+    return pipeOK;
+  }
+};
+
+/// Sums all its inputs.
+class TSum : public TSignal {
+public:
+  explicit TSum(TComponent* owner) : TSignal(owner) {
+    SetUsesInputs(true);
+    SetMultiChannel(true);
+  }
+  int updates = 0;
+  TPipeState InternalUpdate() override {
+    ++updates;
+    Data().Copy(Inputs()->Items(0)->Input()->Data());
+    for (int i = 1; i < Inputs()->Count(); ++i) Data().Add(Inputs()->Items(i)->Input()->Data());
+    return pipeOK;
+  }
+};
+
+class TThrower : public TSignal {
+public:
+  using TSignal::TSignal;
+  TPipeState InternalUpdate() override { throw Exception("boom"); }
+};
+
+}  // namespace
+
+TEST(PullProtocol, ChainRecomputesOncePerPullFromTheSourceDown) {
+  TComponent owner(nullptr);
+  auto* a = new TCounter(&owner);
+  auto* b = new TGain(&owner);
+  auto* c = new TGain(&owner, 10.0);
+  b->SetInput(a);
+  c->SetInput(b);
+  EXPECT_EQ(c->Pull(), pipeOK);
+  EXPECT_EQ(c->Values(0), 20.0);
+  EXPECT_EQ(c->Pull(), pipeOK);
+  EXPECT_EQ(c->Values(5), 40.0);
+  EXPECT_EQ(a->updates, 2);
+  EXPECT_EQ(b->updates, 2);
+  EXPECT_FALSE(c->Dirty());
+  // The processing stage took the source's format before computing.
+  a->SetSamplingFrequency(500.0);
+  c->Pull();
+  EXPECT_EQ(c->SamplingFrequency(), 500.0);
+}
+
+TEST(PullProtocol, NonContinuousStageStopsDirtinessAndInactiveStageKeepsItsResult) {
+  TComponent owner(nullptr);
+  auto* a = new TCounter(&owner);
+  auto* b = new TGain(&owner);
+  auto* c = new TGain(&owner);
+  b->SetInput(a);
+  c->SetInput(b);
+  c->Pull();
+  b->SetContinuous(false);
+  c->Pull();  // B recomputes from A's old block; A is not pulled
+  EXPECT_EQ(a->updates, 1);
+  EXPECT_EQ(b->updates, 2);
+  EXPECT_TRUE(a->Dirty() == false);
+
+  TGain d(nullptr);
+  d.SetInput(a);
+  d.SetActive(false);
+  EXPECT_EQ(d.Pull(), pipeOK);
+  EXPECT_EQ(d.updates, 0);
+  EXPECT_TRUE(d.Dirty());  // stays dirty while inactive
+}
+
+TEST(PullProtocol, DiamondRecomputesTheSharedSourceOnce) {
+  TComponent owner(nullptr);
+  auto* a = new TCounter(&owner);
+  auto* b = new TGain(&owner, 1.0);
+  auto* c = new TGain(&owner, 3.0);
+  auto* d = new TSum(&owner);
+  b->SetInput(a);
+  c->SetInput(a);
+  d->Inputs()->Add()->SetInput(b);
+  d->Inputs()->Add()->SetInput(c);
+  EXPECT_EQ(d->Input(), b);  // in multi-channel mode Input is Inputs[0]
+  d->Pull();
+  d->Pull();
+  EXPECT_EQ(a->updates, 2);
+  EXPECT_EQ(d->Values(0), 2.0 * 1 + 2.0 * 3);
+}
+
+TEST(PullProtocol, StreamAndEndPropagation) {
+  TComponent owner(nullptr);
+  auto* a = new TCounter(&owner);
+  a->streamAt = {2};
+  a->endAt = 4;
+  auto* b = new TGain(&owner);
+  b->SetInput(a);
+  EXPECT_EQ(b->Pull(), pipeOK);
+  EXPECT_EQ(b->Pull(), pipeStream);  // the single-input stage waits
+  EXPECT_EQ(b->updates, 1);
+  EXPECT_TRUE(b->Dirty());
+  EXPECT_EQ(b->Pull(), pipeOK);
+  EXPECT_EQ(b->Pull(), pipeEnd);
+  EXPECT_EQ(b->updates, 2);
+
+  // A multi-channel stage updates although its input streams (kept asymmetry).
+  auto* s = new TCounter(&owner);
+  s->streamAt = {1};
+  auto* m = new TSum(&owner);
+  m->Inputs()->Add()->SetInput(s);
+  EXPECT_EQ(m->Pull(), pipeOK);
+  EXPECT_EQ(m->updates, 1);
+}
+
+TEST(PullProtocol, PullUntilEndSuspendsNotificationAndRestoresIt) {
+  TCounter a(nullptr);
+  a.endAt = 5;
+  int notified = 0;
+  a.OnNotifyUpdate = [&](TObject*) { ++notified; };
+  a.PullUntilEnd();
+  EXPECT_EQ(a.updates, 5);
+  EXPECT_EQ(notified, 0);
+  EXPECT_FALSE(a.SuspendNotifyUpdate());
+  a.SetSuspendNotifyUpdate(true);
+  a.endAt = 7;
+  a.PullUntilEnd();
+  EXPECT_TRUE(a.SuspendNotifyUpdate());
+}
+
+TEST(PullProtocol, EventsFireInOrder) {
+  TCounter a(nullptr);
+  std::vector<std::string> log;
+  a.OnGetInput = [&](TObject*) { log.push_back("get"); };
+  a.OnBeforeUpdate = [&](TObject*) { log.push_back("before"); };
+  a.OnAfterUpdate = [&](TObject* s) {
+    log.push_back("after");
+    EXPECT_EQ(s, &a);
+  };
+  a.OnDisplayUpdate = [&](TObject*) { log.push_back("display"); };
+  a.OnNotifyUpdate = [&](TObject*) { log.push_back("notify"); };
+  a.Pull();
+  EXPECT_EQ(log, (std::vector<std::string>{"get", "before", "after", "display", "notify"}));
+  log.clear();
+  a.SetDisplayEvents(false);
+  a.Pull();
+  EXPECT_EQ(log, (std::vector<std::string>{"get", "before", "after", "notify"}));
+
+  TObject* sender = nullptr;
+  a.OnParameterUpdate = [&](TObject* s) { sender = s; };
+  TSignal other(nullptr);
+  a.ParamUpdate(&other);
+  EXPECT_EQ(sender, &other);  // the given sender, not the component
+}
+
+TEST(PullProtocol, ErrorsAreWrappedWithTheComponentName) {
+  TComponent owner(nullptr);
+  auto* f = new TGain(&owner);
+  f->SetName("Filter1");
+  try {
+    f->Pull();
+    FAIL();
+  } catch (const Exception& e) {
+    EXPECT_STREQ(e.what(), "Filter1: Input = nil!");
+  }
+  EXPECT_TRUE(f->Dirty());
+  bool handled = false;
+  f->OnGetInput = [&](TObject*) {
+    handled = true;
+    f->SetInput(new TCounter(&owner));
+  };
+  EXPECT_NO_THROW(f->Update());  // the handler stands in for the missing input
+  EXPECT_TRUE(handled);
+
+  auto* m = new TSum(&owner);
+  m->SetName("Mix");
+  m->Inputs()->Add()->SetInput(new TCounter(&owner));
+  m->Inputs()->Add();
+  EXPECT_THROW(
+      {
+        try {
+          m->Update();
+        } catch (const Exception& e) {
+          EXPECT_STREQ(e.what(), "Mix: Inputs[1] = nil!");
+          throw;
+        }
+      },
+      Exception);
+
+  auto* t = new TThrower(&owner);
+  t->SetName("T");
+  t->SetPipeState(pipeStream);
+  try {
+    t->Pull();
+  } catch (const Exception& e) {
+    EXPECT_STREQ(e.what(), "T: boom");
+  }
+  EXPECT_EQ(t->PipeState(), pipeStream);  // failed before its state was set
+}
+
+TEST(PullProtocol, AssignBetweenModesAndInputsStored) {
+  TSum multi(nullptr);
+  TSignal single(nullptr);
+  try {
+    single.Assign(multi);
+    FAIL();
+  } catch (const Exception& e) {
+    EXPECT_STREQ(e.what(), "MultiChannel <> TAnalysis(Source).MultiChannel!");
+  }
+  TSignal other(nullptr);
+  other.SetChannelCount(3);
+  other.SetActive(false);
+  single.Assign(other);
+  EXPECT_EQ(single.ChannelCount(), 3);
+  EXPECT_FALSE(single.Active());
+
+  EXPECT_FALSE(single.InputsStored());
+  single.SetDesigning(true);
+  EXPECT_TRUE(single.InputsStored());
+  single.SetBlockAssign(true);
+  EXPECT_FALSE(single.InputsStored());
+}
+
+TEST(AnalysisList, FedFromOneSourceOrFromAnotherList) {
+  TComponent owner(nullptr);
+  auto* src = new TCounter(&owner);
+  auto* bank = new TSignalList(&owner);
+  bank->SetCount(2);
+  bank->SetInput(src);
+  EXPECT_EQ(bank->Pull(), pipeOK);
+  EXPECT_EQ(bank->Count(), 2);  // n = Count with a single source
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(bank->Items(i)->Input(), src);
+
+  auto* first = new TSignalList(&owner);
+  first->SetCount(3);
+  auto* second = new TSignalList(&owner);
+  second->SetInputs(first);
+  EXPECT_EQ(second->Input(), nullptr);
+  second->Pull();
+  ASSERT_EQ(second->Count(), 3);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(second->Items(i)->Input(), first->Items(i));
+
+  TSignalList empty(nullptr);
+  EXPECT_EQ(empty.Pull(), pipeOK);
+  EXPECT_THROW(empty.SetItems(0, nullptr), ENoOperation);
+  try {
+    bank->Propagate(2);
+    FAIL();
+  } catch (const EVecError& e) {
+    EXPECT_STREQ(e.what(), "not CheckRange(0,SrcIndex,Count-1)");
+  }
+  bank->Items(0)->SetChannelCount(2);
+  bank->Propagate(0);
+  EXPECT_EQ(bank->Items(1)->ChannelCount(), 2);
+}
+
+TEST(AnalysisList, PullUntilEndParallelStopsAtTheFirstEndSerialRunsEach) {
+  TComponent owner(nullptr);
+  auto* a = new TCounter(&owner);
+  a->endAt = 3;
+  auto* b = new TCounter(&owner);
+  b->endAt = 5;
+  auto* bank = new TSignalList(&owner);
+  bank->SetCount(2);
+  bank->Items(0)->SetInput(a);
+  bank->Items(1)->SetInput(b);
+  bank->Items(0)->SetUsesInputs(true);
+  bank->PullUntilEnd();
+  EXPECT_EQ(a->updates, 3);
+  EXPECT_EQ(b->updates, 3);
+  bank->SetPipeProcessing(ppSerial);
+  a->updates = b->updates = 0;
+  bank->PullUntilEnd();
+  EXPECT_EQ(a->updates, 3);
+  EXPECT_EQ(b->updates, 5);
+}
+
+TEST(Collections, SignalItemWiringAndBlockAssign) {
+  TComponent owner(nullptr);
+  auto* consumer = new TSum(&owner);
+  auto* a = new TCounter(&owner);
+  auto* b = new TCounter(&owner);
+  TSignalCollection& ins = *consumer->Inputs();
+  TSignalItem* item = ins.Add();
+  item->SetInput(a);
+  EXPECT_FALSE(a->OnNotifyUpdate);  // no handler: nothing wired
+  int heard = 0;
+  ins.SetOnSetInput([&](TObject*) { ++heard; });
+  EXPECT_FALSE(a->OnNotifyUpdate);  // existing inputs are not rewired
+  ins.Items(0)->SetInput(b);
+  EXPECT_TRUE(b->OnNotifyUpdate);
+  b->Pull();
+  EXPECT_EQ(heard, 1);
+  ins.Items(0)->SetInput(a);
+  EXPECT_FALSE(b->OnNotifyUpdate);  // the old input is unwired
+  ins.SetBlockAssign(true);
+  ins.Items(0)->SetInput(b);
+  EXPECT_EQ(ins.Items(0)->Input(), a);
+  ins.SetBlockAssign(false);
+  EXPECT_THROW(TSignalItem bad(nullptr), Exception);
+}
+
+TEST(Collections, SpectrumItemAlwaysTakesTheCollectionHandler) {
+  TComponent owner(nullptr);
+  auto* host = new TSpectrum(&owner);
+  TSpectrumCollection col(host);
+  auto* s = new TSpectrum(&owner);
+  s->OnNotifyUpdate = [](TObject*) {};
+  col.Add()->SetInput(s);
+  EXPECT_FALSE(s->OnNotifyUpdate);  // cleared by the empty handler
+  int heard = 0;
+  col.SetOnSetInput([&](TObject*) { ++heard; });
+  col.Items(0)->SetInput(s);
+  s->Pull();
+  EXPECT_EQ(heard, 1);
+  delete s;  // the owner's free-notification clears the item
+  EXPECT_EQ(col.Items(0)->Input(), nullptr);
+  EXPECT_THROW(TSpectrumItem bad(nullptr), Exception);
+}

@@ -1,0 +1,177 @@
+// Settings files of a small graph, class registration, and component templates.
+#include <gtest/gtest.h>
+
+#include "ondrix/OndrixTools/OndrixTools.h"
+#include "ondrix/framework/ClassBuilder.h"
+#include "ondrix/framework/Registry.h"
+#include "ondrix/framework/Settings.h"
+#include "ondrix/framework/errors.h"
+
+using namespace ondrix;
+
+namespace {
+
+/// A processing stage that publishes its Input, as processing components do.
+class TStage : public TSignal {
+public:
+  ONDRIX_CLASS_INFO()
+  explicit TStage(TComponent* owner) : TSignal(owner) { SetUsesInputs(true); }
+  double Gain() const { return gain_; }
+  void SetGain(double g) { gain_ = g; }
+
+private:
+  double gain_ = 1.0;
+};
+
+const TClassInfo& TStage::StaticClassInfo() {
+  static const TClassInfo info = TClassBuilder<TStage, TSignal>("TStage")
+                                     .Prop("Input", &TStage::GetInput, &TStage::SetInput)
+                                     .Stored(&TStage::InputsStored)
+                                     .Prop("Gain", &TStage::Gain, &TStage::SetGain, 1.0)
+                                     .Build();
+  return info;
+}
+
+/// A multi-input stage that publishes its Inputs collection.
+class TMixer : public TSignal {
+public:
+  ONDRIX_CLASS_INFO()
+  explicit TMixer(TComponent* owner) : TSignal(owner) {
+    SetMultiChannel(true);
+    SetUsesInputs(true);
+  }
+};
+
+const TClassInfo& TMixer::StaticClassInfo() {
+  static const TClassInfo info =
+      TClassBuilder<TMixer, TSignal>("TMixer").Prop("Inputs", &TMixer::Inputs).Build();
+  return info;
+}
+
+struct Registered {
+  Registered() {
+    RegisterClass(TComponent::StaticClassInfo());  // the "form" that owns the graph
+    RegisterClass(TStage::StaticClassInfo());
+    RegisterClass(TMixer::StaticClassInfo());
+  }
+};
+const Registered kRegistered;
+
+}  // namespace
+
+TEST(Registration, CoreClassesInTheirOrder) {
+  auto classes = OndrixToolsClasses();
+  std::vector<std::string> names;
+  for (auto* c : classes) names.push_back(c->Name);
+  EXPECT_EQ(names, (std::vector<std::string>{"TSignal", "TSignalList", "TSpectrum", "TSpectrumItem", "TSignalItem",
+                                             "TSpectrumCollection", "TSignalCollection"}));
+  for (auto* c : classes) EXPECT_EQ(GetClass(c->Name), c);
+  UnRegisterOndrixToolsClasses();
+  EXPECT_EQ(GetClass("TSignal"), nullptr);
+  RegisterOndrixToolsClasses();
+  EXPECT_NE(GetClass("TSignal"), nullptr);
+}
+
+TEST(SettingsFile, SmallGraphRoundTrip) {
+  TComponent form(nullptr);
+  form.SetDesigning(true);  // links are stored at design time
+  auto* src = new TSignal(&form);
+  src->SetName("Source");
+  src->SetSamplingFrequency(8000.0);
+  src->SetLength(4);
+  for (int i = 0; i < 4; ++i) src->Values(i) = 0.5 * i;
+  auto* stage = new TStage(&form);
+  stage->SetName("Stage");
+  stage->SetGain(3.0);
+  stage->SetInput(src);
+  stage->SetContinuous(false);
+  auto* mix = new TMixer(&form);
+  mix->SetName("Mix");
+  mix->Inputs()->Add()->SetInput(src);
+  mix->Inputs()->Add()->SetInput(stage);
+  auto* spec = new TSpectrum(&form);
+  spec->SetName("Spec");
+  spec->SetPhaseMode(pmIgnore);
+  spec->SetHarmonics(4);
+  spec->Marks().Add(50.0, 1.0);
+
+  std::string json = SaveComponentToJson(form);
+  // Marks are binary data: left out at design time, so check a run-time save separately.
+  std::unique_ptr<TComponent> back = LoadComponentFromJson(json);
+  ASSERT_EQ(back->ComponentCount(), 4);
+  auto* src2 = dynamic_cast<TSignal*>(back->FindComponent("Source"));
+  auto* stage2 = dynamic_cast<TStage*>(back->FindComponent("Stage"));
+  auto* mix2 = dynamic_cast<TMixer*>(back->FindComponent("Mix"));
+  auto* spec2 = dynamic_cast<TSpectrum*>(back->FindComponent("Spec"));
+  ASSERT_TRUE(src2 && stage2 && mix2 && spec2);
+  EXPECT_EQ(src2->SamplingFrequency(), 8000.0);
+  EXPECT_EQ(stage2->Gain(), 3.0);
+  EXPECT_FALSE(stage2->Continuous());
+  EXPECT_EQ(stage2->Input(), src2);
+  ASSERT_EQ(mix2->Inputs()->Count(), 2);
+  EXPECT_EQ(mix2->Inputs()->Items(1)->Input(), stage2);
+  EXPECT_EQ(spec2->PhaseMode(), pmIgnore);
+  EXPECT_EQ(spec2->Harmonics(), 4);
+  // The loaded graph is live: destroying a source clears the links to it.
+  delete src2;
+  EXPECT_EQ(stage2->Input(), nullptr);
+  EXPECT_EQ(mix2->Inputs()->Items(0)->Input(), nullptr);
+
+  // At run time samples and marks are stored too, and links are not.
+  form.SetDesigning(false);
+  std::unique_ptr<TComponent> run = LoadComponentFromJson(SaveComponentToJson(form));
+  auto* src3 = dynamic_cast<TSignal*>(run->FindComponent("Source"));
+  auto* spec3 = dynamic_cast<TSpectrum*>(run->FindComponent("Spec"));
+  ASSERT_EQ(src3->Length(), 4);
+  EXPECT_EQ(src3->Values(3), 1.5);
+  ASSERT_EQ(spec3->Marks().Count(), 1);
+  EXPECT_EQ(spec3->Marks().Values(0).Freq, 50.0);
+  EXPECT_EQ(dynamic_cast<TStage*>(run->FindComponent("Stage"))->Input(), nullptr);
+}
+
+TEST(SettingsFile, MalformedFilesRaiseAndBuildNothing) {
+  TComponent owner(nullptr);
+  EXPECT_THROW(LoadComponentFromJson("{\"class\": \"TSignal\", \"properties\": {\"Length\": \"x\"}}", owner),
+               EReadError);
+  EXPECT_THROW(LoadComponentFromJson("{\"class\": \"TNoSuchClass\"}", owner), EFilerError);
+  EXPECT_THROW(LoadComponentFromJson("{\"class\": \"TStage\", \"properties\": {\"Input\": \"Nobody\"}}", owner),
+               EReadError);
+  EXPECT_EQ(owner.ComponentCount(), 0);
+}
+
+TEST(Templates, ComponentTemplateKeepsLinksAndData) {
+  TSignal source(nullptr);
+  TStage a(nullptr);
+  a.SetInput(&source);
+  a.SetGain(5.0);
+  a.SetLength(16);
+  a.SetSamplingFrequency(100.0);
+  TMemoryStream tpl;
+  a.SaveTemplateToStream(tpl);
+  TSignal other(nullptr);
+  TStage b(nullptr);
+  b.SetInput(&other);
+  tpl.SetPosition(0);
+  b.LoadTemplateFromStream(tpl);
+  EXPECT_EQ(b.Gain(), 5.0);
+  EXPECT_EQ(b.Length(), 16);
+  EXPECT_EQ(b.SamplingFrequency(), 100.0);
+  EXPECT_EQ(b.Input(), &other);  // templates leave links alone
+  TStage c(nullptr);
+  c.AssignTemplate(a);
+  EXPECT_EQ(c.Gain(), 5.0);
+  EXPECT_EQ(c.Input(), nullptr);
+}
+
+TEST(Templates, MultiInputLinksSurviveATemplate) {
+  TSignal a(nullptr), b(nullptr);
+  TMixer src(nullptr);
+  src.Inputs()->Add()->SetInput(&a);
+  TMixer dst(nullptr);
+  dst.Inputs()->Add()->SetInput(&b);
+  dst.AssignTemplate(src);
+  ASSERT_EQ(dst.Inputs()->Count(), 1);
+  EXPECT_EQ(dst.Inputs()->Items(0)->Input(), &b);
+  EXPECT_FALSE(dst.GetBlockAssign());
+  EXPECT_FALSE(dst.Inputs()->BlockAssign());
+}

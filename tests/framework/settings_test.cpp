@@ -1,0 +1,384 @@
+// JSON settings files, settings streams and templates.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "test_components.h"
+
+namespace ondrix::test {
+namespace {
+
+using nlohmann::json;
+
+class Settings : public ::testing::Test {
+protected:
+  void SetUp() override { RegisterTestClasses(); }
+};
+
+// Root owns A (TTestNode), B (TTestDerived, which owns C) and L (a list of two items).
+// Links: Root->B, A->B.C, B->A, C->Root, item link of A's collection -> B.
+std::unique_ptr<TTestNode> MakeTree() {
+  auto root = std::make_unique<TTestNode>(nullptr);
+  root->SetName("Root");
+  auto* a = new TTestNode(root.get());
+  a->SetName("A");
+  auto* b = new TTestDerived(root.get());
+  b->SetName("B");
+  auto* c = new TTestNode(b);
+  c->SetName("C");
+  auto* l = new TTestNodeList(root.get());
+  l->SetName("L");
+  l->SetCount(2);
+  static_cast<TTestNode*>(l->Items(1))->SetCaption("second item");
+  static_cast<TTestNode*>(l->Items(1))->SetMode(tmAuto);
+
+  root->SetInput(b);
+  root->SetCaption("Ünïcode ok");
+  root->Blob = {0, 1, 2, 253, 254, 255, 7};
+  a->SetInput(c);
+  a->SetGain(0.1);
+  a->SetCoeffs(TFloatArray{true, {1.0, -0.0, INFINITY, -INFINITY, 1e-300, 3.0}});
+  a->Sub()->SetAlpha(0.75);
+  auto* item = static_cast<TTestItem*>(a->Items()->Add());
+  item->SetLabel("first");
+  item->SetWeight(2.5);
+  item->SetTarget(b);
+  a->Items()->Add();
+  b->SetInput(a);
+  b->SetExtra(17);
+  b->SetGain(1.0);  // differs from TTestDerived's default 2.0
+  b->SetMode(tmFast);
+  c->SetInput(root.get());
+  c->SetCount(0);
+  return root;
+}
+
+TEST_F(Settings, RoundTripOfAnOwnedTreeWithLinksBinaryAndCollections) {
+  std::unique_ptr<TTestNode> original = MakeTree();
+  const std::string text = SaveComponentToJson(*original);
+  std::unique_ptr<TComponent> loaded = LoadComponentFromJson(text);
+
+  // Saving what was loaded gives the same file.
+  EXPECT_EQ(SaveComponentToJson(*loaded), text);
+
+  auto* root = dynamic_cast<TTestNode*>(loaded.get());
+  ASSERT_NE(root, nullptr);
+  auto* a = dynamic_cast<TTestNode*>(root->FindComponent("A"));
+  auto* b = dynamic_cast<TTestDerived*>(root->FindComponent("B"));
+  ASSERT_TRUE(a && b);
+  auto* c = dynamic_cast<TTestNode*>(b->FindComponent("C"));
+  auto* l = dynamic_cast<TTestNodeList*>(root->FindComponent("L"));
+  ASSERT_TRUE(c && l);
+  // Links point into the new tree.
+  EXPECT_EQ(root->Input(), b);
+  EXPECT_EQ(a->Input(), c);
+  EXPECT_EQ(b->Input(), a);
+  EXPECT_EQ(c->Input(), root);
+  EXPECT_EQ(a->Items()->Item(0)->Target(), b);
+  EXPECT_EQ(a->Items()->Item(1)->Target(), nullptr);
+  // Values.
+  EXPECT_EQ(root->Caption(), "Ünïcode ok");
+  EXPECT_EQ(root->Blob, (std::vector<std::uint8_t>{0, 1, 2, 253, 254, 255, 7}));
+  EXPECT_EQ(a->Gain(), 0.1);
+  EXPECT_EQ(a->Sub()->Alpha(), 0.75);
+  const TFloatArray coeffs = a->Coeffs();
+  EXPECT_TRUE(coeffs.Complex);
+  ASSERT_EQ(coeffs.Values.size(), 6u);
+  EXPECT_TRUE(std::signbit(coeffs.Values[1]));
+  EXPECT_EQ(coeffs.Values[2], INFINITY);
+  EXPECT_EQ(coeffs.Values[3], -INFINITY);
+  EXPECT_EQ(coeffs.Values[4], 1e-300);
+  EXPECT_EQ(a->Items()->Count(), 2);
+  EXPECT_EQ(a->Items()->Item(0)->Label(), "first");
+  EXPECT_EQ(a->Items()->Item(0)->Weight(), 2.5);
+  EXPECT_EQ(b->Extra(), 17);
+  EXPECT_EQ(b->Gain(), 1.0);
+  EXPECT_EQ(b->Mode(), tmFast);
+  EXPECT_EQ(c->Count(), 0);
+  ASSERT_EQ(l->GetCount(), 2);
+  EXPECT_EQ(l->Item(1)->Caption(), "second item");
+  EXPECT_EQ(l->Item(1)->Mode(), tmAuto);
+  // csLoading is set while setters run, cleared after; Loaded once per component.
+  EXPECT_TRUE(c->LoadingSeenBySetter);
+  for (TTestNode* n : {root, a, static_cast<TTestNode*>(b), c}) {
+    EXPECT_FALSE(n->ComponentState().Contains(csLoading));
+    EXPECT_EQ(n->LoadedCalls, 1);
+  }
+}
+
+TEST_F(Settings, FileLeavesOutDefaultsAndNamesLinksAndEnums) {
+  std::unique_ptr<TTestNode> original = MakeTree();
+  const json j = json::parse(SaveComponentToJson(*original));
+  EXPECT_EQ(j["class"], "TTestNode");
+  EXPECT_EQ(j["name"], "Root");
+  EXPECT_FALSE(j["properties"].contains("Count"));   // default 3
+  EXPECT_FALSE(j["properties"].contains("Serial"));  // read-only
+  EXPECT_FALSE(j["properties"].contains("Name"));
+  EXPECT_EQ(j["properties"]["Input"], "B");
+  const json& a = j["components"][0];
+  EXPECT_EQ(a["properties"]["Input"], "B.C");
+  EXPECT_EQ(a["properties"]["Sub"]["properties"]["Alpha"], 0.75);
+  EXPECT_FALSE(a["properties"]["Sub"]["properties"].contains("Order"));
+  EXPECT_EQ(a["properties"]["Coeffs"]["values"][2], "Infinity");
+  EXPECT_EQ(a["properties"]["Items"][0]["properties"]["Target"], "B");
+  const json& b = j["components"][1];
+  EXPECT_EQ(b["class"], "TTestDerived");
+  EXPECT_EQ(b["properties"]["Gain"], 1.0);  // differs from the republished default 2
+  EXPECT_EQ(b["properties"]["Mode"], "tmFast");
+  EXPECT_EQ(b["components"][0]["properties"]["Input"], "");  // the root itself
+  EXPECT_EQ(j["binary"]["Blob"], "AAEC/f7/Bw==");
+}
+
+TEST_F(Settings, LoadIntoOwnerResolvesSiblingLinks) {
+  TComponent form(nullptr);
+  auto* source = new TTestNode(&form);
+  source->SetName("Source");
+  auto* filter = new TTestNode(&form);
+  filter->SetName("Filter");
+  filter->SetInput(source);
+  const std::string text = SaveComponentToJson(*filter);
+  EXPECT_EQ(json::parse(text)["properties"]["Input"], "^Source");
+
+  // Not into the same owner (same name), but into a fresh owner with its own Source.
+  TComponent form2(nullptr);
+  auto* source2 = new TTestNode(&form2);
+  source2->SetName("Source");
+  TComponent* loaded = LoadComponentFromJson(text, form2);
+  EXPECT_EQ(loaded->Owner(), &form2);
+  EXPECT_EQ(static_cast<TTestNode*>(loaded)->Input(), source2);
+  EXPECT_THROW(LoadComponentFromJson(text, form2), EReadError);  // Filter exists there now
+  EXPECT_EQ(form2.ComponentCount(), 2);
+  // Without an owner the "^" link cannot be resolved.
+  EXPECT_THROW(LoadComponentFromJson(text), EReadError);
+}
+
+TEST_F(Settings, LinksThatCannotBeNamedAreWriteErrors) {
+  TTestNode a(nullptr);
+  TTestNode unnamed(nullptr);
+  a.SetInput(&unnamed);
+  EXPECT_THROW(SaveComponentToJson(a), EWriteError);
+  TComponent owner(nullptr);
+  auto* child = new TTestNode(&owner);
+  a.SetInput(child);  // outside the saved tree and unnamed
+  EXPECT_THROW(SaveComponentToJson(a), EWriteError);
+}
+
+// A component whose constructor makes a named child, as components with sub-components do.
+class TTestParent : public TTestNode {
+public:
+  ONDRIX_CLASS_INFO()
+  explicit TTestParent(TComponent* AOwner) : TTestNode(AOwner) {
+    inner_ = new TTestNode(this);
+    inner_->SetName("Inner");
+  }
+  TTestNode* Inner() const { return inner_; }
+
+private:
+  TTestNode* inner_;
+};
+
+const TClassInfo& TTestParent::StaticClassInfo() {
+  static const TClassInfo info = TClassBuilder<TTestParent, TTestNode>("TTestParent").Build();
+  return info;
+}
+
+TEST_F(Settings, ComponentsMadeByTheConstructorAreLoadedInto) {
+  RegisterClass(TTestParent::StaticClassInfo());
+  TTestParent p(nullptr);
+  p.Inner()->SetGain(5);
+  std::unique_ptr<TComponent> loaded = LoadComponentFromJson(SaveComponentToJson(p));
+  auto* q = static_cast<TTestParent*>(loaded.get());
+  ASSERT_EQ(q->ComponentCount(), 1);
+  EXPECT_EQ(q->Inner()->Gain(), 5);
+  UnRegisterClass(TTestParent::StaticClassInfo());
+  EXPECT_EQ(GetClass("TTestParent"), nullptr);
+}
+
+TEST_F(Settings, DuplicateNamesInAFileAreErrors) {
+  std::string text = R"({"class": "TTestNode", "name": "R", "components": [
+      {"class": "TTestNode", "name": "X", "properties": {"Count": 1}},
+      {"class": "TTestNode", "name": "X", "properties": {"Count": 2}}]})";
+  try {
+    LoadComponentFromJson(text);
+    FAIL();
+  } catch (const EReadError& e) {
+    EXPECT_NE(std::string(e.what()).find("R/X: duplicate component name"), std::string::npos) << e.what();
+  }
+}
+
+struct TMalformed {
+  const char* Label;
+  const char* Json;
+  const char* Needle;  // part of the expected message
+};
+
+TEST_F(Settings, MalformedFilesRaiseAndLeaveNothingBehind) {
+  const TMalformed cases[] = {
+      {"bad json", R"({"class": "TTestNode", )", "Invalid settings"},
+      {"not an object", R"([1, 2])", "the root"},
+      {"unknown class", R"({"class": "TNoSuch", "name": "R"})", "Class TNoSuch not found"},
+      {"unknown child class",
+       R"({"class": "TTestNode", "name": "R", "components": [{"class": "TNoSuch", "name": "K"}]})",
+       "R/K: Class TNoSuch not found"},
+      {"unknown property", R"({"class": "TTestNode", "name": "R", "properties": {"Gian": 1}})",
+       "unknown property Gian of class TTestNode"},
+      {"type mismatch",
+       R"({"class": "TTestNode", "name": "R", "components": [{"class": "TTestNode", "name": "K", "properties": {"Count": "three"}}]})",
+       "R/K.Count: an integer expected"},
+      {"bad enum", R"({"class": "TTestNode", "properties": {"Mode": "tmWarp"}})", "unknown value \"tmWarp\""},
+      {"read-only", R"({"class": "TTestNode", "properties": {"Serial": 4}})", "read-only"},
+      {"dangling link",
+       R"({"class": "TTestNode", "name": "R", "components": [{"class": "TTestNode", "name": "K", "properties": {"Input": "Ghost"}}]})",
+       "R/K.Input: no component named \"Ghost\""},
+      {"link of wrong class",
+       R"({"class": "TTestNode", "name": "R", "properties": {"Input": "O"}, "components": [{"class": "TTestOther", "name": "O"}]})",
+       "does not fit"},
+      {"nested error",
+       R"({"class": "TTestNode", "name": "R", "properties": {"Items": [{"properties": {"Label": "x"}}, {"properties": {"Weight": true}}]}})",
+       "R.Items[1].Weight: a number expected"},
+      {"bad base64", R"({"class": "TTestNode", "name": "R", "binary": {"Blob": "@@@"}})", "base64"},
+      {"unknown binary", R"({"class": "TTestNode", "name": "R", "binary": {"Blub": ""}})", "unknown binary property Blub"},
+      {"unknown key", R"({"class": "TTestNode", "name": "R", "propertys": {}})", "unknown entry \"propertys\""},
+      {"bad name", R"({"class": "TTestNode", "name": "1R"})", "valid component name"},
+      {"bad float array", R"({"class": "TTestNode", "properties": {"Coeffs": {"complex": true, "values": [1]}}})",
+       "even number"},
+  };
+  TComponent owner(nullptr);
+  auto* existing = new TTestNode(&owner);
+  existing->SetName("Existing");
+  const std::size_t liveBefore = TTestNode::Live().size();
+  for (const TMalformed& c : cases) {
+    for (bool withOwner : {false, true}) {
+      try {
+        if (withOwner) {
+          LoadComponentFromJson(c.Json, owner);
+        } else {
+          LoadComponentFromJson(c.Json);
+        }
+        ADD_FAILURE() << c.Label << ": no error";
+      } catch (const EReadError& e) {
+        EXPECT_NE(std::string(e.what()).find(c.Needle), std::string::npos) << c.Label << ": " << e.what();
+      }
+      EXPECT_EQ(owner.ComponentCount(), 1) << c.Label;
+      EXPECT_EQ(TTestNode::Live().size(), liveBefore) << c.Label;
+    }
+  }
+}
+
+TEST_F(Settings, SettingsStreamRestoresEveryValueIncludingDefaults) {
+  TComponent owner(nullptr);
+  auto* source = new TTestNode(&owner);
+  source->SetName("Source");
+  auto* n = new TTestNode(&owner);
+  n->SetInput(source);
+  n->SetGain(3);
+  n->Blob = {1, 2, 3};
+  TMemoryStream saved;
+  n->SaveToStream(saved);
+
+  // The stream is a byte count and that much JSON.
+  saved.SetPosition(0);
+  const std::int32_t length = ReadInt32LE(saved);
+  EXPECT_EQ(length + 4, saved.Size());
+
+  n->SetGain(9);
+  n->SetCount(99);  // back to the default 3 on loading, although 3 is the default
+  n->SetInput(nullptr);
+  n->Blob.clear();
+  saved.SetPosition(0);
+  n->LoadFromStream(saved);
+  EXPECT_EQ(n->Gain(), 3);
+  EXPECT_EQ(n->Count(), 3);
+  EXPECT_EQ(n->Input(), source);
+  EXPECT_EQ(n->Blob, (std::vector<std::uint8_t>{1, 2, 3}));
+  EXPECT_EQ(n->LoadedCalls, 1);
+  EXPECT_FALSE(n->ComponentState().Contains(csLoading));
+}
+
+TEST_F(Settings, MalformedSettingsStreamLeavesTheComponentUnchanged) {
+  TTestNode n(nullptr);
+  n.SetGain(4);
+  n.Items()->Add();
+  // Enabled and Items come before the bad Mode in the table; nothing may be applied.
+  const std::string text =
+      R"({"class": "TTestNode", "properties": {"Enabled": false, "Items": [], "Gain": 8, "Mode": 2}})";
+  TMemoryStream m;
+  WriteInt32LE(m, static_cast<std::int32_t>(text.size()));
+  m.WriteBuffer(text.data(), static_cast<std::int64_t>(text.size()));
+  m.SetPosition(0);
+  EXPECT_THROW(n.LoadFromStream(m), EReadError);
+  EXPECT_TRUE(n.Enabled());
+  EXPECT_EQ(n.Gain(), 4);
+  EXPECT_EQ(n.Items()->Count(), 1);
+  EXPECT_FALSE(n.ComponentState().Contains(csLoading));
+
+  // Settings of an unrelated class, and a truncated stream.
+  TTestOther other(nullptr);
+  TMemoryStream o;
+  other.SaveToStream(o);
+  o.SetPosition(0);
+  EXPECT_THROW(n.LoadFromStream(o), EReadError);
+  TMemoryStream shortStream;
+  WriteInt32LE(shortStream, 100);
+  shortStream.SetPosition(0);
+  EXPECT_THROW(n.LoadFromStream(shortStream), EReadError);
+}
+
+TEST_F(Settings, TemplatesLeaveOutLinksAndLargeData) {
+  TTestNode source(nullptr);
+  TTestNode n(nullptr);
+  n.SetInput(&source);
+  n.SetGain(6);
+  n.SetCoeffs(TFloatArray{false, {1, 2}});
+  n.Blob = {5};
+  TMemoryStream t;
+  n.SaveTemplateToStream(t);
+  EXPECT_FALSE(n.GetBlockAssign());
+  t.SetPosition(4);
+  std::string text(static_cast<std::size_t>(t.Size() - 4), '\0');
+  t.ReadBuffer(text.data(), static_cast<std::int64_t>(text.size()));
+  const json j = json::parse(text);
+  EXPECT_FALSE(j["properties"].contains("Input"));
+  EXPECT_FALSE(j["properties"].contains("Coeffs"));
+  EXPECT_FALSE(j.contains("binary"));
+  EXPECT_EQ(j["properties"]["Gain"], 6);
+
+  TTestNode other(nullptr);
+  TTestNode keep(nullptr);
+  other.SetInput(&keep);
+  t.SetPosition(0);
+  other.LoadTemplateFromStream(t);
+  EXPECT_EQ(other.Gain(), 6);
+  EXPECT_EQ(other.Input(), &keep);
+  EXPECT_TRUE(other.Coeffs().Values.empty());
+}
+
+TEST_F(Settings, FileVersions) {
+  const std::filesystem::path dir = std::filesystem::temp_directory_path() /
+                                    ("ondrix_fw_" + std::to_string(::getpid()));
+  std::filesystem::create_directories(dir);
+  std::unique_ptr<TTestNode> tree = MakeTree();
+  const std::string tree_file = (dir / "tree.json").string();
+  SaveComponentToFile(*tree, tree_file);
+  std::unique_ptr<TComponent> loaded = LoadComponentFromFile(tree_file);
+  EXPECT_EQ(SaveComponentToJson(*loaded), SaveComponentToJson(*tree));
+
+  TTestNode n(nullptr);
+  n.SetCaption("file");
+  n.SaveToFile((dir / "n.set").string());
+  n.SaveTemplateToFile((dir / "n.tpl").string());
+  TTestNode m(nullptr);
+  m.LoadFromFile((dir / "n.set").string());
+  EXPECT_EQ(m.Caption(), "file");
+  TTestNode k(nullptr);
+  k.LoadTemplateFromFile((dir / "n.tpl").string());
+  EXPECT_EQ(k.Caption(), "file");
+  EXPECT_THROW(k.LoadFromFile((dir / "missing").string()), EFOpenError);
+  std::filesystem::remove_all(dir);
+}
+
+}  // namespace
+}  // namespace ondrix::test
