@@ -21,7 +21,8 @@ spec_czt.f64        per case: params [n, m, w.re, w.im, a.re, a.im, complex], x,
 spec_zoom.f64       per case: params [n, m, f1, f2, fs, complex], x, X
                     (X = scipy.signal.zoom_fft(x, [f1, f2], m, fs=fs, endpoint=False)).
 spec_groupdelay.f64 params [zero padding, N], x, y, xc, gd(x), gd(y / x), gd(xc):
-                    scipy.signal.group_delay on N bins around the whole circle.
+                    scipy.signal.group_delay on N bins around the whole circle (N/2 for xc,
+                    which is shorter).
 spec_cepstrum.f64   x (256 real), rceps(x), rceps(hann(N, sym=False) * x), xd (real, a delayed
                     mixed-phase sequence), cceps(xd), [nd], xc (complex), rceps(xc) complex.
                     rceps = ifft(log|fft|); cceps as the usual cceps with rcunwrap; nd is its
@@ -170,7 +171,7 @@ def gen_groupdelay(rng):
     n = 32 * zp  # LargestExp2(27) * zero padding
     gx = ss.group_delay((x, [1.0]), w=n, whole=True)[1]
     gyx = ss.group_delay((y, x), w=n, whole=True)[1]
-    gxc = ss.group_delay((xc, [1.0]), w=n, whole=True)[1]
+    gxc = ss.group_delay((xc, [1.0]), w=16 * zp, whole=True)[1]  # LargestExp2(13) * zp
     write_records("spec_groupdelay.f64", [[zp, n], x, y, xc, gx, gyx, gxc])
 
 

@@ -1,0 +1,211 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+
+#include "ondrix/sigcore/ar.h"
+#include "ondrix/vec/calcbase.h"
+#include "reference_records.h"
+
+using namespace ondrix;
+using ondrix::test::MaxAbsDiff;
+using ondrix::test::ReadRecords;
+using ondrix::test::ToVec;
+
+namespace {
+
+using Estimator = std::function<void(TVec&, double&, const TVec&, int, TArState&)>;
+
+struct NamedEstimator {
+  const char* name;
+  Estimator fn;
+};
+
+const NamedEstimator kEstimators[] = {
+    {"YuleWalker", [](TVec& a, double& e, const TVec& x, int p, TArState& s) { ArYuleWalker(a, e, x, p, s); }},
+    {"Burg", [](TVec& a, double& e, const TVec& x, int p, TArState& s) { ArBurg(a, e, x, p, s); }},
+    {"Covariance", [](TVec& a, double& e, const TVec& x, int p, TArState& s) { ArCovariance(a, e, x, p, s); }},
+    {"MCovariance", [](TVec& a, double& e, const TVec& x, int p, TArState& s) { ArMCovariance(a, e, x, p, s); }},
+};
+
+// A stable AR(4) and a realisation of n samples of it, x[n] = e[n] − Σ a[k]·x[n−k], driven
+// by unit-variance Gaussian noise (each part, for complex noise) after a run-in of 500
+// samples. Real: poles 0.8·e^(±0.6i), 0.7·e^(±2.1i); complex: four unpaired poles.
+void Ar4Process(TVec& a, TVec& x, int n, bool complex, std::uint32_t seed) {
+  const TCplx poles[2][4] = {
+      {std::polar(0.8, 0.6), std::polar(0.8, -0.6), std::polar(0.7, 2.1), std::polar(0.7, -2.1)},
+      {std::polar(0.8, 0.6), std::polar(0.7, 2.1), std::polar(0.6, -1.2), std::polar(0.75, -2.6)}};
+  TVec c(5, true), e(n + 500, true), y(n + 500, true);
+  c.SetZero();
+  c.CValues(0) = 1.0;
+  for (const TCplx& z : poles[complex])
+    for (int k = 4; k >= 1; --k) c.CValues(k) -= z * c.CValues(k - 1);
+  e.RandGauss(seed, 0.0, 1.0);
+  if (!complex) e.ExtendToComplex(TVec().RealPart(e));
+  for (int t = 0; t < n + 500; ++t) {
+    y.CValues(t) = e.CValues(t);
+    for (int k = 1; k <= 4 && k <= t; ++k) y.CValues(t) -= c.CValues(k) * y.CValues(t - k);
+  }
+  y.SetSubRange(500, n);
+  if (complex) {
+    a.Copy(c);
+    x.Copy(y);
+  } else {
+    a.RealPart(c);
+    x.RealPart(y);
+  }
+}
+
+}  // namespace
+
+TEST(Ar, LevinsonMatchesToeplitzSolve) {
+  const auto recs = ReadRecords("spec_levinson.f64");
+  ASSERT_EQ(recs.size(), 6u);
+  for (bool complex : {false, true}) {
+    const int o = complex ? 3 : 0;
+    const TVec r = ToVec(recs[o], complex), ref = ToVec(recs[o + 1], complex);
+    TVec a, refl;
+    double err = 0;
+    Levinson(a, err, r, r.Length() - 1, &refl);
+    EXPECT_LE(MaxAbsDiff(a, ref), 1e-12) << "complex=" << complex;
+    EXPECT_NEAR(err, recs[o + 2][0], 1e-12 * recs[o + 2][0]);
+    // The last reflection coefficient is the last AR coefficient.
+    const int p = r.Length() - 1;
+    ASSERT_EQ(refl.Length(), p);
+    if (complex)
+      EXPECT_EQ(refl.CValues(p - 1), a.CValues(p));
+    else
+      EXPECT_EQ(refl.Values(p - 1), a.Values(p));
+  }
+  TVec a;
+  double err;
+  EXPECT_THROW(Levinson(a, err, TVec(3), 3), EVecError);
+  EXPECT_THROW(Levinson(a, err, TVec(3), -1), EVecError);
+}
+
+TEST(Ar, LeastSquaresAndBurgMatchReference) {
+  const auto recs = ReadRecords("spec_arls.f64");
+  ASSERT_EQ(recs.size(), 14u);
+  for (bool complex : {false, true}) {
+    const int o = complex ? 7 : 0;
+    const TVec x = ToVec(recs[o], complex);
+    const int p = 6;
+    TArState st;
+    TVec a;
+    double err = 0;
+    ArCovariance(a, err, x, p, st);
+    EXPECT_LE(MaxAbsDiff(a, ToVec(recs[o + 1], complex)), 1e-10) << "cov complex=" << complex;
+    EXPECT_NEAR(err, recs[o + 2][0], 1e-10 * recs[o + 2][0]);
+    ArMCovariance(a, err, x, p, st);
+    EXPECT_LE(MaxAbsDiff(a, ToVec(recs[o + 3], complex)), 1e-10) << "mcov complex=" << complex;
+    EXPECT_NEAR(err, recs[o + 4][0], 1e-10 * recs[o + 4][0]);
+    ArBurg(a, err, x, p, st);
+    EXPECT_LE(MaxAbsDiff(a, ToVec(recs[o + 5], complex)), 1e-10) << "burg complex=" << complex;
+    EXPECT_NEAR(err, recs[o + 6][0], 1e-10 * recs[o + 6][0]);
+  }
+}
+
+// Each estimator recovers a known AR(4) driven by white noise. The asymptotic standard
+// deviation of each estimated coefficient is below 1.12/√n for these processes, so the
+// tolerance 4.5/√n is four standard deviations; it shrinks with n, which catches a biased
+// estimator. The error power is within 4 standard deviations of its estimate, 4·√(2/n)·σ².
+TEST(Ar, RecoversKnownAr4) {
+  for (bool complex : {false, true}) {
+    const double sigma2 = complex ? 2.0 : 1.0;
+    for (int n : {1000, 10000, 100000}) {
+      if (complex && n == 100000) continue;
+      TVec truth, x;
+      Ar4Process(truth, x, n, complex, 4242 + n);
+      for (const auto& est : kEstimators) {
+        TArState st;
+        TVec a;
+        double err = 0;
+        est.fn(a, err, x, 4, st);
+        ASSERT_EQ(a.Length(), 5);
+        EXPECT_EQ(a.Complex(), complex);
+        EXPECT_LE(MaxAbsDiff(a, truth), 4.5 / std::sqrt(n))
+            << est.name << " n=" << n << " complex=" << complex;
+        EXPECT_NEAR(err / sigma2, 1.0, 4.0 * std::sqrt(2.0 / n) + 0.01 * (n < 5000))
+            << est.name << " n=" << n << " complex=" << complex;
+      }
+    }
+  }
+}
+
+TEST(Ar, OrderLimitsAndDegenerateData) {
+  TVec x(10);
+  x.RandGauss(3, 0.0, 1.0);
+  TVec a;
+  double err;
+  ArYuleWalker(a, err, x, 100);
+  EXPECT_EQ(a.Length(), 10);  // order ≤ N − 1
+  ArBurg(a, err, x, 100);
+  EXPECT_EQ(a.Length(), 10);
+  ArCovariance(a, err, x, 100);
+  EXPECT_EQ(a.Length(), 6);  // order ≤ N/2
+  ArMCovariance(a, err, x, 100);
+  EXPECT_EQ(a.Length(), 7);  // order ≤ 2N/3
+  // An all-zero frame gives the trivial model and no error power, for every method.
+  TVec zero(64);
+  for (const auto& est : kEstimators) {
+    TArState st;
+    est.fn(a, err, zero, 8, st);
+    EXPECT_EQ(a.Values(0), 1.0) << est.name;
+    for (int k = 1; k < a.Length(); ++k) EXPECT_EQ(a.Values(k), 0.0) << est.name;
+    EXPECT_EQ(err, 0.0) << est.name;
+  }
+  // A complex exponential is predicted exactly by order 1, x[n] = e^(iω)·x[n−1]: Burg finds
+  // that at the first stage and stops instead of fitting rounding noise.
+  TVec c(256, true);
+  for (int i = 0; i < 256; ++i) c.CValues(i) = std::polar(1.0, 0.3 * i + 0.2);
+  ArBurg(a, err, c, 10);
+  ASSERT_EQ(a.Length(), 11);
+  EXPECT_LT(err, 1e-12);
+  EXPECT_LT(std::abs(a.CValues(1) + std::polar(1.0, 0.3)), 1e-12);
+  for (int k = 2; k < a.Length(); ++k) EXPECT_EQ(a.CValues(k), 0.0) << k;
+  // A real sinusoid satisfies x[n] = 2cos(ω)x[n−1] − x[n−2] exactly; at order 10 the
+  // covariance system is rank-deficient, and the dependent columns get coefficient 0.
+  TVec s(256);
+  for (int i = 0; i < 256; ++i) s.Values(i) = std::sin(0.3 * i + 0.2);
+  ArCovariance(a, err, s, 10);
+  ASSERT_EQ(a.Length(), 11);
+  EXPECT_LT(err, 1e-20);
+  EXPECT_NEAR(a.Values(1), -2.0 * std::cos(0.3), 1e-12);
+  EXPECT_NEAR(a.Values(2), 1.0, 1e-12);
+  for (int k = 3; k < a.Length(); ++k) EXPECT_NEAR(a.Values(k), 0.0, 1e-12) << k;
+}
+
+TEST(Ar, SpectrumIsModelResponse) {
+  TVec a(7, true);
+  a.RandGauss(11, 0.0, 0.3);
+  a.CValues(0) = 1.0;
+  const double err = 2.5;
+  for (int n : {3, 64, 100}) {  // n = 3 folds the 7 coefficients
+    TVec h;
+    ArSpectrum(h, a, err, n);
+    ASSERT_EQ(h.Length(), n);
+    ASSERT_TRUE(h.Complex());
+    double worst = 0;
+    for (int k = 0; k < n; ++k) {
+      TCplx den = 0;
+      for (int j = 0; j < a.Length(); ++j) den += a.CValues(j) * std::polar(1.0, -TWOPI * j * k / n);
+      const TCplx ref = std::sqrt(err) / den;
+      worst = std::max(worst, std::abs(h.CValues(k) - ref) / std::abs(ref));
+    }
+    EXPECT_LE(worst, 1e-12) << n;
+  }
+  // The PSD of the true AR(4) integrates over the normalised frequency to the variance
+  // Σ h[n]² of the process (h the impulse response).
+  TVec truth, unused, psd;
+  Ar4Process(truth, unused, 1, false, 1);
+  ArPowerSpectrum(psd, truth, 1.0, 4096);
+  double var = 0;
+  TVec imp(400);
+  for (int t = 0; t < 400; ++t) {
+    double v = t == 0 ? 1.0 : 0.0;
+    for (int k = 1; k <= 4 && k <= t; ++k) v -= truth.Values(k) * imp.Values(t - k);
+    imp.Values(t) = v;
+    var += v * v;
+  }
+  EXPECT_NEAR(psd.Mean(), var, 1e-12 * var);
+}
