@@ -1,0 +1,60 @@
+// The pull path and property setters do not allocate once blocks have their size.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include "ondrix/OndrixTools/OndrixTools.h"
+
+namespace {
+std::atomic<long> gAllocations{0};
+}
+
+// Counting replacements of the global allocation functions for this test binary.
+void* operator new(std::size_t n) {
+  ++gAllocations;
+  if (void* p = std::malloc(n ? n : 1)) return p;
+  throw std::bad_alloc();
+}
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+
+using namespace ondrix;
+
+namespace {
+
+class TStage : public TSignal {
+public:
+  explicit TStage(TComponent* owner) : TSignal(owner) { SetUsesInputs(true); }
+  TPipeState InternalUpdate() override {
+    Data().Copy(Input()->Data()).Scale(0.5);
+    return pipeOK;
+  }
+};
+
+}  // namespace
+
+TEST(Allocation, PullingAChainAndSettingPropertiesDoNotAllocate) {
+  TComponent owner(nullptr);
+  auto* src = new TSignal(&owner);
+  src->SetLength(1024);
+  auto* a = new TStage(&owner);
+  auto* b = new TStage(&owner);
+  auto* m = new TSignal(&owner);
+  m->SetMultiChannel(true);
+  a->SetInput(src);
+  b->SetInput(a);
+  m->Inputs()->Add()->SetInput(a);
+  m->Inputs()->Add()->SetInput(b);
+  m->Pull();  // first pull sizes every block
+  long before = gAllocations.load();
+  for (int i = 0; i < 100; ++i) {
+    m->Pull();
+    b->SetContinuous(i % 2 == 0);
+    a->SetActive(true);
+    src->SetSamplingFrequency(1000.0 + i);
+    src->SetChannelCount(1 + i % 2);
+  }
+  EXPECT_EQ(gAllocations.load() - before, 0);
+}
