@@ -50,6 +50,11 @@ void TAnalysis::SetInputs(const TSignalCollection* Value) {
   if (inputs_->Count() > 0) SetInput(inputs_->Items(0)->Input());
 }
 
+TSignal* TAnalysis::FormatSource() const {
+  if (inputs_) return inputs_->Count() > 0 ? inputs_->Items(0)->Input() : nullptr;
+  return input_;
+}
+
 bool TAnalysis::InputsStored() const {
   return ComponentState().Contains(csDesigning) && !GetBlockAssign();
 }

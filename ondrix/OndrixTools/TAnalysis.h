@@ -46,6 +46,9 @@ public:
   TSignalCollection* Inputs() const noexcept { return inputs_.get(); }
   /// Assigns the collection from Value (only in multi-channel mode), then Input from item 0.
   void SetInputs(const TSignalCollection* Value);
+  /// The signal whose format a consumer copies: Input, or Inputs[0].Input in multi-channel
+  /// mode (nullptr when there is none).
+  TSignal* FormatSource() const;
   /// Links are stored in settings only at design time and never while block-assigned.
   virtual bool InputsStored() const;
   /// Also block-assigns the inputs collection, so templates leave its links alone.

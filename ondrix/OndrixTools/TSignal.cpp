@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "ondrix/OndrixTools/Collections.h"
 #include "ondrix/framework/ClassBuilder.h"
 #include "ondrix/framework/TStringList.h"
 #include "ondrix/vec/calcbase.h"
@@ -129,12 +128,7 @@ void TSignal::Size(const TSignal& Src) {
 
 void TSignal::BeforeInternalUpdate() {
   if (!UsesInputs()) return;
-  TSignal* src = nullptr;
-  if (TSignalCollection* ins = Inputs()) {
-    if (ins->Count() > 0) src = ins->Items(0)->Input();
-  } else {
-    src = GetInput();
-  }
+  TSignal* src = FormatSource();
   if (!src) return;
   SetChannelCount(src->ChannelCount());
   SetComplex(src->Complex());

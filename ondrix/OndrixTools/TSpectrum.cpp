@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "ondrix/OndrixTools/Collections.h"
 #include "ondrix/OndrixTools/TSignal.h"
 #include "ondrix/framework/ClassBuilder.h"
 #include "ondrix/framework/TStringList.h"
@@ -131,12 +130,7 @@ int TSpectrum::LineOf(double f) const noexcept {
 
 void TSpectrum::BeforeInternalUpdate() {
   if (!UsesInputs()) return;
-  TSignal* src = nullptr;
-  if (TSignalCollection* ins = Inputs()) {
-    if (ins->Count() > 0) src = ins->Items(0)->Input();
-  } else {
-    src = GetInput();
-  }
+  TSignal* src = FormatSource();
   if (!src) return;
   SetComplex(src->Complex());
   SetBandWidthL(src->BandWidthL());
@@ -161,44 +155,34 @@ void Polar(const TVec& X, TVec& amplt, TVec& phase) {
 
 }  // namespace
 
-void TSpectrum::AmpltSpectrum(const TVec& X) {
+void TSpectrum::FillFromTransform(const TVec& X, bool power) {
   switch (phaseMode_) {
     case pmIgnore:
-      amplt_.Mag(X);
+      if (power)
+        amplt_.PowerSpectrum(X);
+      else
+        amplt_.Mag(X);
       phase_.SetLength(0);
       break;
     case pm360:
     case pmPhaseDelay:
       Polar(X, amplt_, phase_);
       if (phaseUnits_ == puDeg) phase_.Scale(kRadToDeg);
+      if (power) amplt_.Sqr();
       if (phaseMode_ == pmPhaseDelay) ComputePhaseDelay();
       break;
     case pmGroupDelay:
-      amplt_.Mag(X);
+      if (power)
+        amplt_.PowerSpectrum(X);
+      else
+        amplt_.Mag(X);
       ComputeGroupDelay();
       break;
   }
 }
 
-void TSpectrum::PowerSpectrum(const TVec& X) {
-  switch (phaseMode_) {
-    case pmIgnore:
-      amplt_.PowerSpectrum(X);
-      phase_.SetLength(0);
-      break;
-    case pm360:
-    case pmPhaseDelay:
-      Polar(X, amplt_, phase_);
-      if (phaseUnits_ == puDeg) phase_.Scale(kRadToDeg);
-      amplt_.Sqr();
-      if (phaseMode_ == pmPhaseDelay) ComputePhaseDelay();
-      break;
-    case pmGroupDelay:
-      amplt_.PowerSpectrum(X);
-      ComputeGroupDelay();
-      break;
-  }
-}
+void TSpectrum::AmpltSpectrum(const TVec& X) { FillFromTransform(X, false); }
+void TSpectrum::PowerSpectrum(const TVec& X) { FillFromTransform(X, true); }
 
 void TSpectrum::PhaseSpectrum(const TVec& X) {
   phase_.Arg(X);

@@ -211,6 +211,7 @@ public:
 
 private:
   struct TQuality;
+  void FillFromTransform(const TVec& X, bool power);
   TQuality Quality(double f) const;
   void ScaleByFrequency(bool divide);
   TFloatArray AmpltArray() const;
