@@ -1,0 +1,17 @@
+#include "ondrix/SignalProcessing/SignalProcessing.h"
+
+#include "ondrix/framework/Registry.h"
+
+namespace ondrix {
+
+std::vector<const TClassInfo*> SignalProcessingClasses() { return {&TSignalGenerator::StaticClassInfo()}; }
+
+void RegisterSignalProcessingClasses() {
+  for (const TClassInfo* c : SignalProcessingClasses()) RegisterClass(*c);
+}
+
+void UnRegisterSignalProcessingClasses() {
+  for (const TClassInfo* c : SignalProcessingClasses()) UnRegisterClass(*c);
+}
+
+}  // namespace ondrix

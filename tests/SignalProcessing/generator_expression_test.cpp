@@ -1,0 +1,142 @@
+// Evaluation of the expression stack, the sample-counting functions, noise, inputs and
+// resynchronisation.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "generator_helpers.h"
+
+using namespace ondrix;
+using namespace ondrix::testing;
+
+namespace {
+
+/// a·sin(2πf·n/1000 + deg°): a tone sampled at 1000 Hz.
+double Sine(double a, double f, double deg, int n) {
+  return a * std::sin(2 * M_PI * f * n / 1000.0 + deg * M_PI / 180.0);
+}
+TFuncSignalRecord C(double x) { return FunctionLine(funConstant, {x}); }
+const auto kPulses = [] { return FunctionLine(funImpulse, {0.004, 0.010, 0.002, 0.003, 1.5}); };
+
+}  // namespace
+
+TEST(GeneratorExpression, OperatorsCombineTheirOperandsInReversePolishOrder) {
+  auto g = Gen(1000.0, 64, FunctionLine(funSine, {50.0, 0.0, 1.0}), FunctionLine(funSine, {120.0, 90.0, 0.5}),
+               OperatorLine(opAdd));
+  g->Pull();
+  for (int n = 0; n < 64; ++n) ASSERT_NEAR(g->Values(n), Sine(1, 50, 0, n) + Sine(0.5, 120, 90, n), 1e-12);
+
+  auto check = [&](double expect, auto&&... lines) {
+    SetLines(*g, lines...);
+    g->Pull();
+    ASSERT_EQ(g->Length(), 64);
+    EXPECT_NEAR(g->Values(0), expect, 1e-12) << FuncToString(g->Sounds()->Template()->Items(0)->FuncType);
+    EXPECT_EQ(g->Values(63), g->Values(0));
+  };
+  check((2.0 + 3.0) * 4.0, C(2), C(3), OperatorLine(opAdd), C(4), OperatorLine(opMul));
+  check(2.0 + 3.0 * 4.0, C(2), C(3), C(4), OperatorLine(opMul), OperatorLine(opAdd));
+  check((7.0 - 3.0) / 2.0, C(7), C(3), OperatorLine(opSub), C(2), OperatorLine(opDiv));
+  check(std::exp(std::sin(0.5)) + std::cos(0.5) * std::tan(0.5), C(0.5), OperatorLine(opSin), OperatorLine(opExp),
+        C(0.5), OperatorLine(opCos), C(0.5), OperatorLine(opTan), OperatorLine(opMul), OperatorLine(opAdd));
+  check(std::log(0.5) + 2.0, C(0.5), OperatorLine(opLn), C(100), OperatorLine(opLog), OperatorLine(opAdd));
+  check(3.0 - 2.0 + 3.0, C(-3), OperatorLine(opAbs), C(-2.7), OperatorLine(opTrunc), OperatorLine(opAdd), C(2.5),
+        OperatorLine(opRound), OperatorLine(opAdd));
+  // Limit clips from above at P0, then from below at P1.
+  SetLines(*g, FunctionLine(funSine, {50.0, 0.0, 2.0}), OperatorLine(opLimit, {1.0, -0.5}));
+  g->Pull();
+  for (int n = 0; n < 64; ++n) ASSERT_NEAR(g->Values(n), std::clamp(Sine(2, 50, 0, n), -0.5, 1.0), 1e-12);
+  // Twenty unary reductions in a full template of 21 lines stay within the pass limit.
+  SetLines(*g, C(-2.0));
+  for (int i = 0; i < 20; ++i) g->Sounds()->Template()->Add(OperatorLine(opAbs));
+  g->Pull();
+  EXPECT_EQ(g->Values(0), 2.0);
+  // Complex constants multiply as complex numbers.
+  SetLines(*g, FunctionLine(funConstant, {1.25, -4.0}, true), FunctionLine(funConstant, {0.0, 1.0}, true),
+           OperatorLine(opMul));
+  g->Pull();
+  EXPECT_EQ(g->CValues(63), TCplx(1.25, -4.0) * TCplx(0.0, 1.0));
+}
+
+TEST(GeneratorExpression, InactiveLinesAreSkippedAndAnEmptyStackLeavesData) {
+  TFuncSignalRecord off = C(100.0), offOp = OperatorLine(opMul);
+  off.Active = offOp.Active = false;
+  auto g = Gen(1000.0, 32, C(2.0), off, offOp, C(3.0), OperatorLine(opAdd));
+  g->Pull();
+  EXPECT_EQ(g->Values(5), 5.0);
+  SetLines(*g, off);
+  g->Pull();
+  EXPECT_EQ(g->Values(5), 5.0);  // nothing to evaluate: the last block stays
+}
+
+TEST(GeneratorExpression, UnitImpulseSquareAndTheCounterWrap) {
+  auto g = Gen(1000.0, 128, FunctionLine(funUnitImpulse));
+  for (int b = 0; b < 3; ++b) {
+    std::vector<double> x = Pull(*g, 1), expect(128, 0.0);
+    expect[0] = 64.0;  // half the block length, at every block start
+    EXPECT_EQ(x, expect) << "block " << b;
+  }
+  auto s = Gen(8.0, 8, FunctionLine(funSquare, {1.0, 0.0, 2.0, 0.5}));
+  const std::vector<double> square = {2.5, 2.5, 2.5, 2.5, -1.5, -1.5, -1.5, -1.5};
+  EXPECT_EQ(Pull(*s, 1), square);
+  EXPECT_EQ(Pull(*s, 1), square);
+
+  auto p = Gen(1000.0, 100, kPulses());
+  const std::vector<double> first = Pull(*p, 1);
+  TFuncSignalRecord& cell = p->WorkingCell(0);
+  EXPECT_EQ(cell.Counter, 100);
+  cell.Counter = TSignalGenerator::kCounterWrap;  // at the bound it still counts on
+  Pull(*p, 1);
+  EXPECT_EQ(cell.Counter, TSignalGenerator::kCounterWrap + 100);
+  cell.Counter = TSignalGenerator::kCounterWrap + 1;  // beyond it this block is the last
+  Pull(*p, 1);
+  EXPECT_EQ(cell.Counter, 0);
+  EXPECT_EQ(Pull(*p, 1), first);
+}
+
+TEST(GeneratorExpression, ContinuousNoiseRunsOnWithItsStatistics) {
+  auto g = Gen(1000.0, 4096, FunctionLine(funRandGauss, {0.5, -2.0}));
+  std::vector<double> b1 = Pull(*g, 1);
+  EXPECT_NE(Pull(*g, 1), b1);
+  EXPECT_NEAR(g->Data().Mean(), 0.5, 5 * 2.0 / 64);  // 5 standard errors
+  EXPECT_NEAR(g->Data().StdDev(), 2.0, 0.1);
+  SetLines(*g, FunctionLine(funRandUniform, {-1.0, 3.0}));
+  g->Pull();
+  double mx, mn;
+  g->Data().MaxMin(mx, mn);
+  EXPECT_TRUE(mn >= -1.0 && mx < 3.0 && mx - mn > 3.9) << mn << " " << mx;
+}
+
+TEST(GeneratorExpression, InputLinesCopyTheirInputSignals) {
+  auto a = Gen(1000.0, 64, FunctionLine(funSine, {50.0, 0.0, 1.0}));
+  auto b = Gen(1000.0, 64, C(3.0));
+  auto g = Gen(1000.0, 16, FunctionLine(funInput0), FunctionLine(funInput1), OperatorLine(opMul));
+  g->Inputs()->Add()->SetInput(a.get());
+  g->Inputs()->Add()->SetInput(b.get());
+  // The inputs' length applies, and they are pulled with the generator.
+  for (int block = 0; block < 2; ++block) {
+    g->Pull();
+    ASSERT_EQ(g->Length(), 64);
+    for (int n = 0; n < 64; ++n) ASSERT_NEAR(g->Values(n), 3.0 * Sine(1, 50, 0, n + 64 * block), 1e-12);
+  }
+  EXPECT_TRUE(g->UsesInputs());
+}
+
+TEST(GeneratorExpression, ResyncRestartsALineOnceAndFiresTheEvent) {
+  auto g = Gen(1000.0, 128, FunctionLine(funSine, {37.7, 45.0, 1.0}), kPulses(), OperatorLine(opAdd));
+  std::vector<int> fired;
+  g->OnResync = [&](TObject* sender, std::int32_t index) {
+    EXPECT_EQ(sender, g.get());
+    fired.push_back(index);
+  };
+  const std::vector<double> first = Pull(*g, 1), second = Pull(*g, 1);
+  g->ResyncAll();
+  EXPECT_EQ(fired, (std::vector<int>{0, 1, 2}));
+  EXPECT_EQ(Pull(*g, 1), first);   // every line restarted
+  EXPECT_EQ(Pull(*g, 1), second);  // once only
+  // The sine alone restarts while the impulse train runs on.
+  Pull(*g, 1);
+  g->ResyncFunction(0);
+  std::vector<double> x = Pull(*g, 1), s = Pull(*Gen(1000.0, 128, FunctionLine(funSine, {37.7, 45.0, 1.0})), 1),
+                      p = Pull(*Gen(1000.0, 128, kPulses()), 4);
+  for (int i = 0; i < 128; ++i) ASSERT_NEAR(x[i], s[i] + p[3 * 128 + i], 1e-12);
+}

@@ -1,0 +1,48 @@
+// Small helpers shared by the generator tests.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ondrix/SignalProcessing/SignalProcessing.h"
+
+namespace ondrix::testing {
+
+/// A generator named "Gen" with the given lines, producing blocks of n samples at fs Hz.
+template <class... R>
+std::unique_ptr<TSignalGenerator> Gen(double fs, int n, R&&... lines) {
+  auto g = std::make_unique<TSignalGenerator>(nullptr);
+  g->SetName("Gen");
+  g->SetSamplingFrequency(fs);
+  g->SetLength(n);
+  (g->Sounds()->Template()->Add(lines), ...);
+  return g;
+}
+
+/// Replaces the generator's lines and makes the next pull take them in.
+template <class... R>
+void SetLines(TSignalGenerator& g, R&&... lines) {
+  g.Sounds()->Template()->Clear();
+  (g.Sounds()->Template()->Add(lines), ...);
+  g.SetPrepared(false);
+}
+
+/// The samples (doubles) of `blocks` successive pulls, one after the other.
+inline std::vector<double> Pull(TSignalGenerator& g, int blocks) {
+  std::vector<double> out;
+  for (int b = 0; b < blocks; ++b) {
+    g.Pull();
+    out.insert(out.end(), g.Data().PValues(), g.Data().PValues() + g.Data().RealLength());
+  }
+  return out;
+}
+
+/// Largest absolute difference of two sequences (huge if the lengths differ).
+inline double MaxDiff(const std::vector<double>& a, const std::vector<double>& b) {
+  double d = a.size() == b.size() ? 0 : 1e300;
+  for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i) d = std::max(d, std::abs(a[i] - b[i]));
+  return d;
+}
+
+}  // namespace ondrix::testing
