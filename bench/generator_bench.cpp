@@ -131,7 +131,7 @@ int main(int argc, char** argv) {
   std::printf("  NumPy             %10.1f ns  %8.1f Msamples/s\n", numpy, msps(numpy));
   std::printf("  NumPy / generator time ratio: %.2f\n", numpy / ours->second);
   if (legacy > 0) {
-    std::printf("  NumPy, legacy generator (same noise method as ours) %10.1f ns  %8.1f Msamples/s, ratio %.2f\n",
+    std::printf("  NumPy, legacy generator (polar Box-Muller) %10.1f ns  %8.1f Msamples/s, ratio %.2f\n",
                 legacy, msps(legacy), legacy / ours->second);
   }
   return 0;

@@ -1,13 +1,13 @@
 #include "ondrix/vec/TVec.h"
 
+#include "ondrix/vec/random_state.h"
+
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <new>
-#include <random>
 #include <string>
 
 namespace ondrix {
@@ -27,24 +27,7 @@ double* AllocDoubles(int count) {
 
 std::string Msg(const char* op, const char* what) { return std::string(op) + ": " + what; }
 
-// Gives every never-seeded generator its own stream, reproducibly within a run.
-std::uint64_t NextDefaultSeed() {
-  static std::atomic<std::uint64_t> counter{0};
-  std::uint64_t z = 0x9E3779B97F4A7C15ull * (++counter);
-  z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
-  z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
-  return z ^ (z >> 31);
-}
-
 }  // namespace
-
-struct TVec::RandomState {
-  enum Kind { None, Gauss, Uniform };
-  std::mt19937_64 engine{NextDefaultSeed()};
-  Kind lastKind = None;
-  std::uint32_t lastSeed = 0;
-  double p1 = 0.0, p2 = 0.0;
-};
 
 // --- Construction ------------------------------------------------------------------------------
 
@@ -905,88 +888,6 @@ TVec& TVec::RemoveDC() {
   if (length_ == 0) return *this;
   if (complex_) return Sub(Meanc());
   return Sub(Mean());
-}
-
-// --- Random fills ------------------------------------------------------------------------------
-
-TVec::RandomState& TVec::Random() {
-  if (!random_) random_ = std::make_unique<RandomState>();
-  return *random_;
-}
-
-namespace {
-
-// Polar Box-Muller on a 64-bit Mersenne Twister: deterministic for a given seed on every
-// platform, unlike std::normal_distribution whose algorithm is unspecified.
-template <class Engine>
-void FillGauss(Engine& e, double* d, int n, double mean, double sd) {
-  constexpr double kScale = 1.0 / 9007199254740992.0;  // 2^-53
-  auto uniform = [&] { return static_cast<double>(e() >> 11) * kScale * 2.0 - 1.0; };
-  int i = 0;
-  while (i < n) {
-    double u, v, s;
-    do {
-      u = uniform();
-      v = uniform();
-      s = u * u + v * v;
-    } while (s >= 1.0 || s == 0.0);
-    double f = std::sqrt(-2.0 * std::log(s) / s);
-    d[i++] = mean + sd * u * f;
-    if (i < n) d[i++] = mean + sd * v * f;
-  }
-}
-
-template <class Engine>
-void FillUniform(Engine& e, double* d, int n, double low, double high) {
-  constexpr double kScale = 1.0 / 9007199254740992.0;
-  double w = high - low;
-  for (int i = 0; i < n; ++i) d[i] = low + w * (static_cast<double>(e() >> 11) * kScale);
-}
-
-}  // namespace
-
-TVec& TVec::RandGauss(std::uint32_t seed, double mean, double stdDev) {
-  RandomState& r = Random();
-  r.engine.seed(seed);
-  r.lastKind = RandomState::Gauss;
-  r.lastSeed = seed;
-  r.p1 = mean;
-  r.p2 = stdDev;
-  FillGauss(r.engine, data_, RealLength(), mean, stdDev);
-  return *this;
-}
-
-TVec& TVec::RandGauss(double mean, double stdDev) {
-  FillGauss(Random().engine, data_, RealLength(), mean, stdDev);
-  return *this;
-}
-
-TVec& TVec::RandGauss() {
-  RandomState& r = Random();
-  if (r.lastKind != RandomState::Gauss) return RandGauss(0.0, 1.0);
-  return RandGauss(r.lastSeed, r.p1, r.p2);
-}
-
-TVec& TVec::RandUniform(std::uint32_t seed, double low, double high) {
-  RandomState& r = Random();
-  r.engine.seed(seed);
-  r.lastKind = RandomState::Uniform;
-  r.lastSeed = seed;
-  r.p1 = low;
-  r.p2 = high;
-  FillUniform(r.engine, data_, RealLength(), low, high);
-  return *this;
-}
-
-TVec& TVec::RandUniform(double low, double high) {
-  FillUniform(Random().engine, data_, RealLength(), low, high);
-  return *this;
-}
-
-TVec& TVec::RandUniform() {
-  RandomState& r = Random();
-  if (r.lastKind != RandomState::Uniform) return RandUniform(0.0, 1.0);
-  return RandUniform(r.lastSeed, r.p1, r.p2);
 }
 
 }  // namespace ondrix

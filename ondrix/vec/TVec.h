@@ -250,7 +250,9 @@ public:
   // parameters; the form with parameters only continues the vector's stream; the form without
   // arguments repeats the last seeded call, so it yields the same block each time. A vector
   // never seeded starts from a seed unique to it within the process (deterministic per run).
-  // A complex vector gets independent real and imaginary parts.
+  // A complex vector gets independent real and imaginary parts. The generator is
+  // xoshiro256++; gaussian values come from a 128-layer ziggurat, uniform ones from the top
+  // 53 bits, so a seed gives the same values on every platform.
 
   TVec& RandGauss(std::uint32_t seed, double mean, double stdDev);
   TVec& RandGauss(double mean, double stdDev);

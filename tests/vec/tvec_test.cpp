@@ -321,6 +321,26 @@ TEST(TVecRandom, SeededRepeatsAndStatistics) {
   EXPECT_GT(im.StdDev(), 0.8);
 }
 
+TEST(TVecRandom, GaussianTailsMatchTheNormalDistribution) {
+  // Exceedance probabilities of the standard normal, 2·(1 − Φ(t)); beyond 3.44 only the
+  // ziggurat's tail sampler produces values, so t = 3.5 checks it.
+  const int n = 2000000;
+  TVec x(n);
+  x.RandGauss(2024, 0.0, 1.0);
+  const double t[] = {0.5, 1.0, 2.0, 3.0, 3.5};
+  const double p[] = {0.6170750774519738, 0.31731050786291415, 0.04550026389635842, 0.0026997960632601866,
+                      0.0004652581580710802};
+  for (int k = 0; k < 5; ++k) {
+    int count = 0;
+    for (int i = 0; i < n; ++i) count += std::fabs(x.Values(i)) > t[k];
+    double sigma = std::sqrt(p[k] * (1 - p[k]) / n);
+    EXPECT_NEAR(count / double(n), p[k], 5 * sigma) << "t = " << t[k];
+  }
+  double m4 = 0;
+  for (int i = 0; i < n; ++i) m4 += std::pow(x.Values(i), 4);
+  EXPECT_NEAR(m4 / n, 3.0, 5 * std::sqrt(96.0 / n));  // Var(x^4) = 105 - 9
+}
+
 TEST(TMtxTest, ShapeRowsAndElementWise) {
   TMtx m(2, 3, true);
   EXPECT_EQ(m.Rows(), 2);
