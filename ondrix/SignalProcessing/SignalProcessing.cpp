@@ -4,7 +4,10 @@
 
 namespace ondrix {
 
-std::vector<const TClassInfo*> SignalProcessingClasses() { return {&TSignalGenerator::StaticClassInfo()}; }
+std::vector<const TClassInfo*> SignalProcessingClasses() {
+  return {&TSignalGenerator::StaticClassInfo(), &TSignalFilter::StaticClassInfo(),
+          &TSignalFilterList::StaticClassInfo()};
+}
 
 void RegisterSignalProcessingClasses() {
   for (const TClassInfo* c : SignalProcessingClasses()) RegisterClass(*c);

@@ -1,11 +1,14 @@
-// The signal-processing unit: the signal generator and its expression lines. Including this
+// The signal-processing unit: the signal generator and its expression lines, and the signal
+// filter with its band layouts. Including this
 // header registers the unit's components with the class registry.
 #pragma once
 
 #include <vector>
 
 #include "ondrix/OndrixTools/OndrixTools.h"
+#include "ondrix/SignalProcessing/BandFilter.h"
 #include "ondrix/SignalProcessing/FuncSignal.h"
+#include "ondrix/SignalProcessing/SignalFilter.h"
 #include "ondrix/SignalProcessing/SignalGenerator.h"
 
 namespace ondrix {

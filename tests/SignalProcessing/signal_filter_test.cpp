@@ -1,0 +1,389 @@
+// The signal filter component: design from band layouts, block-wise filtering, clamps,
+// messages, band lists and the design report.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <array>
+#include <functional>
+#include <random>
+
+#include "ondrix/SignalProcessing/SignalProcessing.h"
+
+using namespace ondrix;
+
+namespace {
+
+/// A source that hands out consecutive blocks of one long random signal.
+class TNoiseSource : public TSignal {
+public:
+  TNoiseSource(TComponent* owner, int total, bool complex = false) : TSignal(owner), all(total, complex) {
+    all.RandGauss(7, 0.0, 1.0);
+    SetSamplingFrequency(1000.0);
+  }
+  TVec all;
+  int pos = 0;
+  int block = 100;
+  TPipeState InternalUpdate() override {
+    Data().Size(block, all.Complex());
+    Data().Copy(all, pos, 0, block);
+    pos += block;
+    return pipeOK;
+  }
+};
+
+// Filters `total` samples through f in blocks of the given sizes (cycled), concatenating.
+TVec FilterInBlocks(TSignalFilter& f, TNoiseSource& src, const std::vector<int>& blocks, int total) {
+  TVec out(0, src.all.Complex());
+  int done = 0;
+  for (std::size_t k = 0; done < total; ++k) {
+    src.block = std::min(blocks[k % blocks.size()], total - done);
+    EXPECT_EQ(f.Pull(), pipeOK);
+    int n = out.Length();
+    out.SetLength(n + f.Length());
+    out.Copy(f.Data(), 0, n, f.Length());
+    done += src.block;
+  }
+  return out;
+}
+
+double MaxDiff(const TVec& a, const TVec& b) {
+  EXPECT_EQ(a.Length(), b.Length());
+  double m = 0;
+  for (int i = 0; i < std::min(a.RealLength(), b.RealLength()); ++i)
+    m = std::max(m, std::fabs(a.PValues()[i] - b.PValues()[i]));
+  return m;
+}
+
+void Lowpass(TSignalFilter& f, double pass = 0.2, double stop = 0.3, double rp = 0.1, double rs = 60) {
+  f.Bands().Clear();
+  f.Bands().Add(0.0, pass, 1.0, rp);
+  f.Bands().Add(stop, 1.0, 0.0, rs);
+}
+
+// Gain of a filter at normalised frequency f (Nyquist 1), measured on a long steady tone.
+double ToneGain(TSignalFilter& f, double freq) {
+  const int n = 8192;
+  TSignal src(nullptr);
+  src.SetSamplingFrequency(2.0);
+  src.SetLength(n);
+  src.Data().Ramp(0, M_PI * freq).Sin();
+  f.SetInput(&src);
+  f.SetPrepared(false);
+  f.Pull();
+  const TVec& y = f.Data();
+  double e = 0;
+  for (int i = n / 2; i < n; ++i) e += y.Values(i) * y.Values(i);
+  f.SetInput(nullptr);
+  return std::sqrt(e / (n / 2) * 2.0);
+}
+
+}  // namespace
+
+TEST(SignalFilter, ChunkInvarianceOfEveryStatefulResponse) {
+  struct Case {
+    const char* name;
+    std::function<void(TSignalFilter&)> setup;
+    bool complex;
+  };
+  std::vector<Case> cases = {
+      {"fir window", [](TSignalFilter& f) { f.SetResponse(rstFIR), Lowpass(f); }, false},
+      {"fir complex", [](TSignalFilter& f) { f.SetResponse(rstFIR), Lowpass(f); }, true},
+      {"fir up3 down2", [](TSignalFilter& f) { f.SetResponse(rstFIR), Lowpass(f), f.SetUpSample(3), f.SetDownSample(2), f.SetDownDelay(1); }, false},
+      {"remez", [](TSignalFilter& f) { f.SetResponse(rstFIR), f.SetFirMethod(fimParksMcClellan), Lowpass(f, 0.2, 0.3, 1, 40); }, false},
+      {"iir butter", [](TSignalFilter& f) { f.SetResponse(rstIIR), Lowpass(f); }, false},
+      {"iir ellip complex", [](TSignalFilter& f) { f.SetResponse(rstIIR), f.SetIirMethod(imElliptic), Lowpass(f); }, true},
+      {"savgol", [](TSignalFilter& f) { f.SetResponse(rstSavGolay), f.SetFirLength(11), f.SetOrder(3); }, false},
+      {"moving average", [](TSignalFilter& f) { f.SetResponse(rstMovingAverage), f.SetFirLength(9); }, false},
+      {"median", [](TSignalFilter& f) { f.SetResponse(rstMedian), f.SetFirLength(7); }, false},
+      {"delay", [](TSignalFilter& f) { f.SetResponse(rstIntegerDelay), f.SetFirLength(13); }, false},
+  };
+  std::mt19937 rng(3);
+  for (const Case& c : cases) {
+    TComponent owner(nullptr);
+    auto* s1 = new TNoiseSource(&owner, 1000, c.complex);
+    auto* s2 = new TNoiseSource(&owner, 1000, c.complex);
+    auto* whole = new TSignalFilter(&owner);
+    auto* pieces = new TSignalFilter(&owner);
+    c.setup(*whole);
+    c.setup(*pieces);
+    whole->SetInput(s1);
+    pieces->SetInput(s2);
+    TVec a = FilterInBlocks(*whole, *s1, {1000}, 1000);
+    std::vector<int> sizes = {1, 100, 37, 1, 250, 3};
+    for (int k = 0; k < 5; ++k) sizes.push_back(1 + rng() % 120);
+    TVec b = FilterInBlocks(*pieces, *s2, sizes, 1000);
+    EXPECT_LT(MaxDiff(a, b), 1e-12) << c.name;
+    EXPECT_GT(a.Length(), 0) << c.name;
+  }
+}
+
+TEST(SignalFilter, UnitPassThroughAndRateChange) {
+  TComponent owner(nullptr);
+  auto* src = new TNoiseSource(&owner, 1000);
+  auto* f = new TSignalFilter(&owner);
+  f->SetInput(src);
+  f->Pull();
+  EXPECT_EQ(MaxDiff(f->Data(), src->Data()), 0.0);  // rstUnit copies
+  f->SetResponse(rstFIR);
+  f->SetExternalTaps(true);  // with no taps the filter cannot prepare: it passes through
+  f->Pull();
+  EXPECT_FALSE(f->Prepared());
+  EXPECT_EQ(MaxDiff(f->Data(), src->Data()), 0.0);
+
+  f->SetExternalTaps(false);
+  Lowpass(*f);
+  f->SetUpSample(3);
+  f->SetDownSample(2);
+  f->SetPrepared(false);
+  f->Pull();
+  EXPECT_DOUBLE_EQ(f->SamplingFrequency(), 1500.0);
+  EXPECT_EQ(f->Length(), 150);  // 100 input samples × 3 / 2
+}
+
+TEST(SignalFilter, ClampsAndDesignRules) {
+  TSignalFilter f(nullptr);
+  f.SetFirLength(10001);
+  EXPECT_EQ(f.FirLength(), 10000);
+  f.SetOrder(60);
+  EXPECT_EQ(f.Order(), 50);
+  f.SetOrder(0);
+  EXPECT_EQ(f.Order(), 1);
+  f.SetResponse(rstSavGolay);
+  f.SetFirLength(8);
+  EXPECT_EQ(f.FirLength(), 9);
+  f.SetOrder(12);
+  EXPECT_EQ(f.Order(), 8);
+  f.SetUpSample(0);  // clamped at 0, not 1
+  EXPECT_EQ(f.UpSample(), 0);
+  EXPECT_EQ(f.UpDelay(), -1);
+  f.SetDownSample(4);
+  f.SetDownDelay(9);
+  EXPECT_EQ(f.DownDelay(), 3);
+
+  TSignalFilter m(nullptr);
+  m.SetResponse(rstMovingAverage);
+  m.SetFirLength(4);
+  m.ApplyChanges();
+  ASSERT_EQ(m.Taps().Length(), 4);
+  for (int i = 0; i < 4; ++i) EXPECT_DOUBLE_EQ(m.Taps().Values(i), 0.25);
+
+  TSignalFilter w(nullptr);
+  w.SetResponse(rstFIR);
+  w.Bands().Add(0.0, 0.5, 1.0, 1.0);
+  try {
+    w.ApplyChanges();
+    FAIL();
+  } catch (const EVecError& e) {
+    EXPECT_STREQ(e.what(), "Windowed filter design: 2 or 3 bands required!");
+  }
+  TSignalFilter d(nullptr);
+  d.SetResponse(rstDifferentiator);
+  try {
+    d.ApplyChanges();
+    FAIL();
+  } catch (const EVecError& e) {
+    EXPECT_STREQ(e.what(), "Filters.Templates.Count < 1");
+  }
+  TSignalFilter iir(nullptr);
+  iir.SetResponse(rstIIR);
+  Lowpass(iir);
+  TVec num;
+  try {
+    iir.TransferFunIIR(&num, nullptr);
+    FAIL();
+  } catch (const EVecError& e) {
+    EXPECT_STREQ(e.what(), "Result[1] not assigned");
+  }
+}
+
+TEST(SignalFilter, ProcessSampleRules) {
+  TSignal src(nullptr);
+  TSignalFilter f(nullptr);
+  f.SetInput(&src);
+  f.SetResponse(rstMovingAverage);
+  f.SetFirLength(2);
+  try {
+    f.ProcessSample(1.0);
+    FAIL();
+  } catch (const EVecError& e) {
+    EXPECT_STREQ(e.what(), "Only real valued FIR is supported!");
+  }
+  f.SetResponse(rstFIR);
+  f.SetExternalTaps(true);
+  TVec taps(2);
+  taps.SetVal(0.5);
+  f.SetTaps(taps);
+  f.SetPrepared(false);
+  EXPECT_DOUBLE_EQ(f.ProcessSample(2.0), 1.0);
+  EXPECT_DOUBLE_EQ(f.ProcessSample(4.0), 3.0);  // the delay line is kept
+  TVec ctaps(2, true);
+  ctaps.SetVal(TCplx(0.5, 0.5));
+  f.SetTaps(ctaps);
+  f.SetPrepared(false);
+  try {
+    f.ProcessSample(1.0);
+    FAIL();
+  } catch (const EVecError& e) {
+    EXPECT_STREQ(e.what(), "FirState.ComplexImpulse = True!");
+  }
+}
+
+TEST(SignalFilter, DesignedFiltersPassAndStopWhereTheBandsSay) {
+  for (TIirMethod m : {imButterworth, imChebyshevI, imChebyshevII, imElliptic}) {
+    TSignalFilter f(nullptr);
+    f.SetResponse(rstIIR);
+    f.SetIirMethod(m);
+    Lowpass(f, 0.2, 0.3, 1.0, 50);
+    EXPECT_NEAR(ToneGain(f, 0.1), 1.0, 0.13) << m;  // within the 1 dB ripple
+    EXPECT_LT(ToneGain(f, 0.5), std::pow(10, -49.0 / 20)) << m;
+    EXPECT_TRUE(f.DesignReport().AllMet()) << m << "\n" << f.DesignReport().ToString();
+  }
+  // Highpass from a stop band first; bandpass from three bands.
+  TSignalFilter hp(nullptr);
+  hp.SetResponse(rstFIR);
+  hp.Bands().Add(0.0, 0.2, 0.0, 60);
+  hp.Bands().Add(0.3, 1.0, 1.0, 0.1);
+  EXPECT_LT(ToneGain(hp, 0.1), 1e-3);
+  EXPECT_NEAR(ToneGain(hp, 0.6), 1.0, 0.012);
+  TSignalFilter bp(nullptr);
+  bp.SetResponse(rstIIR);
+  bp.Bands().Add(0.0, 0.1, 0.0, 40);
+  bp.Bands().Add(0.2, 0.4, 1.0, 1);
+  bp.Bands().Add(0.5, 1.0, 0.0, 40);
+  EXPECT_NEAR(ToneGain(bp, 0.3), 1.0, 0.13);
+  EXPECT_LT(ToneGain(bp, 0.05), 0.011);
+  EXPECT_LT(ToneGain(bp, 0.7), 0.011);
+}
+
+TEST(SignalFilter, DesignReportTellsWhatWasAchieved) {
+  TSignalFilter f(nullptr);
+  f.SetResponse(rstFIR);
+  Lowpass(f, 0.2, 0.3, 0.1, 60);
+  f.ApplyChanges();
+  const TDesignReport& r = f.DesignReport();
+  ASSERT_EQ(r.Bands.size(), 2u);
+  // Kaiser's length formula is an estimate: the measured attenuation lands within a dB of
+  // the specification, and the report's verdict follows the measurement.
+  EXPECT_NEAR(r.Bands[1].Achieved, 60.0, 1.0) << r.ToString();
+  EXPECT_EQ(r.Bands[1].Met, r.Bands[1].Achieved >= 60.0 - 0.01);
+  EXPECT_LT(r.Bands[0].Achieved, 0.1 + 0.01);
+  EXPECT_TRUE(r.Bands[0].Met);
+  EXPECT_EQ(r.Length, f.Taps().Length());
+
+  // A Hann window of 15 taps cannot give 60 dB: the filter is still designed and the report
+  // says so.
+  TSignalFilter s(nullptr);
+  s.SetResponse(rstFIR);
+  s.SetWindow(wtHanning);
+  s.SetFirLength(15);
+  Lowpass(s, 0.2, 0.3, 0.1, 60);
+  s.ApplyChanges();
+  EXPECT_EQ(s.Taps().Length(), 15);
+  EXPECT_FALSE(s.DesignReport().AllMet());
+  EXPECT_NE(s.DesignReport().ToString().find("NOT MET"), std::string::npos);
+}
+
+TEST(SignalFilter, DifficultSpecificationsEndInADesignOrAClearError) {
+  struct Spec {
+    double pass, stop, rp, rs;
+    TResponseType r;
+    TFirFilterMethod m;
+  };
+  // A 0.0001-wide window design hits the 10000-tap limit; the equiripple one is kept to a few
+  // hundred taps so the suite stays quick (its cost grows with the square of the length).
+  std::vector<Spec> specs = {{0.2, 0.205, 0.01, 80, rstFIR, fimParksMcClellan},
+                             {0.5, 0.50001, 0.001, 150, rstFIR, fimWindow},
+                             {0.01, 0.0101, 0.0001, 200, rstIIR, fimWindow},
+                             {0.3, 0.31, 20, 0.5, rstFIR, fimParksMcClellan}};
+  for (const Spec& sp : specs) {
+    TSignalFilter f(nullptr);
+    f.SetResponse(sp.r);
+    f.SetFirMethod(sp.m);
+    Lowpass(f, sp.pass, sp.stop, sp.rp, sp.rs);
+    try {
+      f.ApplyChanges();
+      EXPECT_GT(f.Taps().Length(), 0);
+    } catch (const EVecError& e) {
+      EXPECT_GT(std::strlen(e.what()), 10u);
+    }
+  }
+  TSignalFilter hi(nullptr);
+  hi.SetResponse(rstIIR);
+  hi.SetAutoFilterOrder(false);
+  hi.SetIirMethod(imElliptic);
+  hi.SetOrder(50);
+  Lowpass(hi, 0.2, 0.25, 0.5, 80);
+  EXPECT_NO_THROW(hi.ApplyChanges());
+}
+
+TEST(BandFilterList, StreamImageCheckRulesAndTemplates) {
+  TBandFilterList l;
+  l.Add(0.0, 0.2, 1.0, 0.5);
+  l.Add(0.3, 1.0, 0.0, 60.0);
+  l.Items(1)->Extra = 7.0;
+  l.Items(1)->Flag = 1;
+  TMemoryStream m;
+  l.SaveToStream(m);
+  ASSERT_EQ(m.Size(), 3 * 41);
+  double d;
+  std::memcpy(&d, m.Memory(), 8);
+  EXPECT_EQ(d, 2.0);  // header: the count
+  std::memcpy(&d, m.Memory() + 41 * 2 + 24, 8);
+  EXPECT_EQ(d, 60.0);  // band 1's Ripple
+  std::memcpy(&d, m.Memory() + 41 * 2 + 32, 8);
+  EXPECT_EQ(d, 7.0);
+  EXPECT_EQ(m.Memory()[41 * 2 + 40], 1);
+  TBandFilterList back;
+  back.Add(5, 6, 1, 1);
+  m.SetPosition(0);
+  back.LoadFromStream(m);
+  ASSERT_EQ(back.Count(), 2);
+  EXPECT_EQ(back.Items(1)->Flag, 1);
+
+  int i;
+  EXPECT_EQ(l.CheckFilter(i, 1.0), ferNone);
+  TBandFilterList one;
+  one.Add(0, 1, 1, 1);
+  EXPECT_EQ(one.CheckFilter(i, 1.0), ferNeedTwoBands);
+  auto check = [](std::vector<std::array<double, 4>> bands, TFilterError expected, int index) {
+    TBandFilterList b;
+    for (auto& x : bands) b.Add(x[0], x[1], x[2], x[3]);
+    int at;
+    EXPECT_EQ(b.CheckFilter(at, 1.0), expected);
+    EXPECT_EQ(at, index);
+  };
+  check({{0, 0.2, 1, 1}, {0.3, 0.25, 0, 40}}, ferInvalidBand, 1);
+  check({{0, 0.2, 1, 1}, {0.3, 1.2, 0, 40}}, ferRangeError, 1);
+  check({{0, 0.3, 1, 1}, {0.3, 1.0, 0, 40}}, ferOverlappingBands, 1);
+  check({{0, 0.2, 0, 40}, {0.3, 0.5, 0, 40}, {0.6, 1, 1, 1}}, ferConsecutiveStopBands, 1);
+  check({{0, 0.2, 1, 0}, {0.3, 1.0, 0, 40}}, ferGainRipple, 0);
+
+  TBandFilterList o;
+  o.Add(0.0, 0.5, 1, 1);
+  o.Add(0.4, 0.6, 0, 40);  // starts inside band 0: deleted
+  o.Add(0.7, 1.0, 0, 40);
+  EXPECT_TRUE(o.DeleteOverlapingBands());
+  ASSERT_EQ(o.Count(), 2);
+  EXPECT_EQ(o.Items(1)->FreqStart, 0.7);
+
+  // Named layouts through the templates object.
+  TSignalFilter f(nullptr);
+  Lowpass(f);
+  f.Filters()->AddTemplate("low");
+  f.Filters()->SetTemplateIndex(-1);  // edits made while "low" is selected would go into it
+  f.Bands().Clear();
+  f.Bands().Add(0, 0.1, 0, 40);
+  f.Bands().Add(0.2, 1, 1, 1);
+  f.Filters()->AddTemplate("high");
+  f.Filters()->SetTemplateName("low");
+  EXPECT_EQ(f.Bands().Items(1)->Gain, 0.0);
+  TMemoryStream t;
+  f.Filters()->SaveToStream(t);
+  TSignalFilter g(nullptr);
+  t.SetPosition(0);
+  g.Filters()->LoadFromStream(t);
+  EXPECT_EQ(g.Filters()->TemplateName(), "low");
+  EXPECT_EQ(g.Bands().Count(), 2);
+  EXPECT_EQ(g.Bands().Items(0)->FreqStop, 0.2);
+}

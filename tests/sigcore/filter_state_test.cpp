@@ -1,0 +1,381 @@
+// Streaming filter states: polyphase FIR against scipy.signal.upfirdn (and a NumPy model for
+// the phases), second-order sections against scipy.signal.sosfilt, the running median
+// against scipy.signal.medfilt / NumPy, the envelope against scipy.signal.hilbert
+// (tests/gen_filter_reference.py); and for every state, a stream cut into random blocks
+// (1-sample blocks included) equals the stream filtered at once.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <string>
+
+#include "filter_test_util.h"
+#include "ondrix/sigcore/filter_state.h"
+#include "ondrix/sigcore/fir_kernels.h"
+#include "ondrix/sigcore/fir_design.h"
+#include "ondrix/sigcore/iir_design.h"
+
+using namespace ondrix;
+using namespace ondrix::test;
+
+namespace {
+
+// Filters src in the given blocks through `step` and concatenates the outputs.
+TVec InBlocks(const TVec& src, const std::vector<int>& blocks, const std::function<void(const TVec&, TVec&)>& step) {
+  TVec out(0, false), in, y;
+  int pos = 0;
+  std::vector<double> acc;
+  bool cplx = false;
+  for (int b : blocks) {
+    in.Size(b, src.Complex());
+    in.Copy(src, pos, 0, b);
+    pos += b;
+    step(in, y);
+    cplx = y.Complex();
+    acc.insert(acc.end(), y.PValues(), y.PValues() + y.RealLength());
+  }
+  out.Size(static_cast<int>(cplx ? acc.size() / 2 : acc.size()), cplx);
+  std::copy(acc.begin(), acc.end(), out.PValues());
+  return out;
+}
+
+TVec Noise(int n, bool complex, unsigned seed) {
+  TVec v(n, complex);
+  v.RandGauss(seed, 0.0, 1.0);
+  return v;
+}
+
+// Runs a test body with the AVX2 kernels (where the CPU has them) and with the portable ones.
+class BothKernels : public ::testing::TestWithParam<bool> {
+protected:
+  void SetUp() override { kernels::UsePortableKernels(GetParam()); }
+  void TearDown() override { kernels::UsePortableKernels(false); }
+};
+
+}  // namespace
+
+using FirKernels = BothKernels;
+using IirKernels = BothKernels;
+INSTANTIATE_TEST_SUITE_P(FirState, FirKernels, ::testing::Values(false, true),
+                         [](const auto& info) { return info.param ? "Portable" : "Native"; });
+INSTANTIATE_TEST_SUITE_P(IirState, IirKernels, ::testing::Values(false, true),
+                         [](const auto& info) { return info.param ? "Portable" : "Native"; });
+
+// Rate changes with and without phases, real and complex taps and data.
+TEST_P(FirKernels, MatchesUpfirdnAndIsChunkInvariant) {
+  const auto r = ReadRecords("filt_upfirdn.f64");
+  ASSERT_EQ(r.size(), 24u);
+  const TVec xr = ToVec(r[0]), xc = ToVec(r[1], true), hr = ToVec(r[2]), hc = ToVec(r[3], true);
+  for (size_t c = 4; c < r.size(); c += 2) {
+    const auto& p = r[c];
+    const int up = static_cast<int>(p[0]), uph = static_cast<int>(p[1]);
+    const int down = static_cast<int>(p[2]), dph = static_cast<int>(p[3]);
+    const bool cx = p[4] != 0, ch = p[5] != 0;
+    SCOPED_TRACE("up " + std::to_string(up) + "/" + std::to_string(uph) + " down " + std::to_string(down) + "/" +
+                 std::to_string(dph) + (cx ? " complex data" : "") + (ch ? " complex taps" : ""));
+    const TVec& x = cx ? xc : xr;
+    const TVec ref = ToVec(r[c + 1], cx || ch);
+    TFirState st;
+    FirInit(ch ? hc : hr, st, up, uph, down, dph);
+    EXPECT_EQ(FirOutputLength(st, x.Length()), ref.Length());
+    TVec whole;
+    FirFilter(x, whole, st);
+    EXPECT_LT(RelMaxError(whole, ref), 1e-12);
+    for (unsigned seed : {1u, 2u, 3u}) {
+      TFirState s2;
+      FirInit(ch ? hc : hr, s2, up, uph, down, dph);
+      const TVec parts = InBlocks(x, RandomBlocks(x.Length(), seed), [&](const TVec& a, TVec& b) { FirFilter(a, b, s2); });
+      EXPECT_LT(MaxAbsDiff(parts, whole), 1e-12 * MaxAbs(whole));
+    }
+  }
+}
+
+// A 101-tap single-rate filter (FFT on long blocks, direct sums on short ones and in the
+// one-sample step): any block split, the output written over the input and the one-sample
+// step give the same stream, which equals the direct convolution.
+TEST_P(FirKernels, SingleRatePathsAgree) {
+  TVec h(101);
+  FirImpulse(h, {0.3}, 2.0, wtKaiser, ftLowpass, 8.0);
+  const TVec x = Noise(5000, false, 7);
+  TFirState a, b, c;
+  FirInit(h, a);
+  FirInit(h, b);
+  FirInit(h, c);
+  TVec whole;
+  FirFilter(x, whole, a);
+  // Direct sum as the reference.
+  double err = 0;
+  for (int i = 0; i < x.Length(); i += 97) {
+    double s = 0;
+    for (int k = 0; k < 101 && k <= i; ++k) s += h.Values(k) * x.Values(i - k);
+    err = std::max(err, std::fabs(s - whole.Values(i)));
+  }
+  EXPECT_LT(err, 1e-13);
+  const TVec parts = InBlocks(x, RandomBlocks(x.Length(), 11, 300), [&](const TVec& in, TVec& out) {
+    TVec t(in);
+    FirFilter(t, t, b);  // in place
+    out = t;
+  });
+  EXPECT_LT(MaxAbsDiff(parts, whole), 1e-12);
+  for (int i = 0; i < 400; ++i) EXPECT_NEAR(FirOneSample(x.Values(i), c), whole.Values(i), 1e-12) << i;
+  // Mixing the one-sample step and blocks keeps one stream.
+  TVec rest(x.Length() - 400), y;
+  rest.Copy(x, 400, 0, rest.Length());
+  FirFilter(rest, y, c);
+  for (int i = 0; i < y.Length(); i += 50) EXPECT_NEAR(y.Values(i), whole.Values(400 + i), 1e-12);
+  // The one-sample step needs a real single-rate filter.
+  TFirState d;
+  FirInit(h, d, 2, 0, 1, 0);
+  EXPECT_THROW(FirOneSample(1.0, d), EVecError);
+}
+
+// Long filters take the FFT (overlap-save) path on long blocks and direct sums on short
+// ones: the stream agrees with direct sums and across block splits within 1e-12.
+TEST_P(FirKernels, LongFiltersByFftAgree) {
+  for (int taps : {80, 101, 700}) {
+    SCOPED_TRACE(std::to_string(taps) + " taps");
+    TVec h(taps);
+    FirImpulse(h, {0.1, 0.3}, 2.0, wtBlackman, ftBandpass, 0);
+    const TVec x = Noise(30000, false, 17);
+    TFirState a, b, c;
+    FirInit(h, a);
+    FirInit(h, b);
+    FirInit(h, c);
+    EXPECT_GT(a.FftSize, 0);
+    TVec whole;
+    FirFilter(x, whole, a);
+    double err = 0;
+    for (int i = 0; i < x.Length(); i += 37) {
+      double s = 0;
+      for (int k = 0; k < taps && k <= i; ++k) s += h.Values(k) * x.Values(i - k);
+      err = std::max(err, std::fabs(s - whole.Values(i)));
+    }
+    EXPECT_LT(err, 1e-12 * MaxAbs(whole));
+    std::vector<int> blocks = RandomBlocks(9997, 23, 50);  // then long blocks up to 30000
+    for (int len : {9000, 1, 2, 8000, 3000}) blocks.push_back(len);
+    const TVec parts = InBlocks(x, blocks, [&](const TVec& in, TVec& out) { FirFilter(in, out, b); });
+    EXPECT_LT(MaxAbsDiff(parts, whole), 1e-12 * MaxAbs(whole));
+    TVec inplace(x);
+    FirFilter(inplace, inplace, c);
+    EXPECT_LT(MaxAbsDiff(inplace, whole), 1e-12 * MaxAbs(whole));
+  }
+}
+
+// A real stream that turns complex: the past carries over with zero imaginary parts.
+TEST(FirState, DataTurningComplex) {
+  TVec h(15);
+  FirImpulse(h, {0.4}, 2.0, wtHamming, ftLowpass, 0);
+  const TVec z = Noise(300, true, 3);
+  TVec zr(z);  // first 100 samples real
+  for (int i = 0; i < 100; ++i) zr.CValues(i) = TCplx(z.CValues(i).real(), 0.0);
+  for (int up : {1, 3}) {
+    TFirState one, parts;
+    FirInit(h, one, up, 1, 2, 1);
+    FirInit(h, parts, up, 1, 2, 1);
+    TVec whole;
+    FirFilter(zr, whole, one);
+    TVec head(100), tail(200, true), y1, y2;
+    for (int i = 0; i < 100; ++i) head.Values(i) = z.CValues(i).real();
+    tail.Copy(zr, 100, 0, 200);
+    FirFilter(head, y1, parts);
+    EXPECT_FALSE(y1.Complex());
+    FirFilter(tail, y2, parts);
+    ASSERT_TRUE(y2.Complex());
+    ASSERT_EQ(y1.Length() + y2.Length(), whole.Length());
+    for (int i = 0; i < y1.Length(); ++i) EXPECT_NEAR(y1.Values(i), whole.CValues(i).real(), 1e-13);
+    for (int i = 0; i < y2.Length(); ++i) EXPECT_LT(std::abs(y2.CValues(i) - whole.CValues(y1.Length() + i)), 1e-13);
+  }
+  TFirState none;
+  TVec y;
+  EXPECT_THROW(FirFilter(z, y, none), EVecError);
+}
+
+// Steady block sizes reuse the state's memory and the output's.
+TEST(FirState, NoReallocationInSteadyState) {
+  TVec h(64);
+  FirImpulse(h, {0.3}, 2.0, wtHamming, ftLowpass, 0);
+  TFirState st;
+  FirInit(h, st, 2, 0, 3, 0);
+  const TVec x = Noise(1024, false, 5);
+  TVec y;
+  FirFilter(x, y, st);
+  const double* line = st.Line.data();
+  const double* out = y.PValues();
+  for (int i = 0; i < 10; ++i) FirFilter(x, y, st);
+  EXPECT_EQ(st.Line.data(), line);
+  EXPECT_EQ(y.PValues(), out);
+  // The same for a long single-rate filter (overlap-save buffers).
+  TVec h2(200);
+  FirImpulse(h2, {0.3}, 2.0, wtHamming, ftLowpass, 0);
+  TFirState s2;
+  FirInit(h2, s2);
+  FirFilter(x, y, s2);
+  const double* frame = s2.FftFrame.data();
+  out = y.PValues();
+  for (int i = 0; i < 10; ++i) FirFilter(x, y, s2);
+  EXPECT_EQ(s2.FftFrame.data(), frame);
+  EXPECT_EQ(y.PValues(), out);
+}
+
+TEST_P(IirKernels, MatchesSosfiltAndIsChunkInvariant) {
+  const auto r = ReadRecords("filt_sosfilt.f64");
+  ASSERT_EQ(r.size(), 15u);
+  for (size_t c = 0; c < r.size(); c += 5) {
+    SCOPED_TRACE("case " + std::to_string(c / 5));
+    const TVec sos = ToVec(r[c]);
+    for (int cplx = 0; cplx < 2; ++cplx) {
+      const TVec x = ToVec(r[c + 1 + 2 * cplx], cplx), ref = ToVec(r[c + 2 + 2 * cplx], cplx);
+      TIirState st;
+      IirInit(sos, st, cplx);
+      TVec whole;
+      IirFilter(x, whole, st);
+      EXPECT_LT(RelMaxError(whole, ref), 1e-9);
+      for (unsigned seed : {4u, 5u}) {
+        TIirState s2;
+        IirInit(sos, s2, false);  // a complex stream widens a real state on its first block
+        const TVec parts = InBlocks(x, RandomBlocks(x.Length(), seed), [&](const TVec& a, TVec& b) { IirFilter(a, b, s2); });
+        // Every sample takes the same operations whatever the split: equal to the bit.
+        EXPECT_EQ(MaxAbsDiff(parts, whole), 0.0);
+      }
+    }
+  }
+  // Seven and thirteen sections (the kernel runs four at a time): a plain transposed direct
+  // form II, as sosfilt computes it, is the reference.
+  for (const TZeroPole& zp : {EllipticFilter(13, 0.5, 70, {0.3}, ftLowpass),
+                              EllipticFilter(13, 0.5, 70, {0.2, 0.35}, ftBandstop)}) {
+    TVec sos;
+    ZeroPoleToSos(zp, sos);
+    const TVec x = Noise(3000, false, 31);
+    TVec ref(x);
+    for (int k = 0; k < sos.Length() / 6; ++k) {
+      const double* q = sos.PValues() + 6 * k;
+      double z1 = 0, z2 = 0;
+      for (int i = 0; i < ref.Length(); ++i) {
+        const double v = ref.Values(i);
+        const double out = q[0] * v + z1;
+        z1 = q[1] * v - q[4] * out + z2;
+        z2 = q[2] * v - q[5] * out;
+        ref.Values(i) = out;
+      }
+    }
+    TIirState st;
+    IirInit(sos, st);
+    const TVec y = InBlocks(x, RandomBlocks(3000, 41, 200), [&](const TVec& a, TVec& b) { IirFilter(a, b, st); });
+    EXPECT_LT(RelMaxError(y, ref), 1e-10) << sos.Length() / 6 << " sections";
+  }
+  // A designed filter: in-place filtering, and a malformed section list.
+  TVec sos;
+  ZeroPoleToSos(ButterFilter(8, {0.2}, ftLowpass), sos);
+  TIirState st;
+  IirInit(sos, st);
+  TVec x = Noise(100, false, 9), y;
+  TIirState st2 = st;
+  IirFilter(x, y, st2);
+  IirFilter(x, x, st);
+  EXPECT_LT(MaxAbsDiff(x, y), 1e-15);
+  TVec bad(7);
+  EXPECT_THROW(IirInit(bad, st), EVecError);
+  TVec zero(6);
+  EXPECT_THROW(IirInit(zero, st), EVecError);
+}
+
+TEST(MedianState, MatchesReferenceAndIsChunkInvariant) {
+  const auto r = ReadRecords("filt_median.f64");
+  ASSERT_EQ(r.size(), 17u);
+  const TVec x = ToVec(r[0]);
+  for (size_t c = 1; c < r.size(); c += 2) {
+    const int len = static_cast<int>(r[c][0]), delay = static_cast<int>(r[c][1]);
+    SCOPED_TRACE("length " + std::to_string(len) + " delay " + std::to_string(delay));
+    TMedianState st;
+    MedianInit(len, st, delay == len / 2 ? -1 : delay);
+    EXPECT_EQ(st.Delay, delay);
+    TVec whole;
+    MedianFilter(x, whole, st);
+    EXPECT_LT(MaxAbsDiff(whole, ToVec(r[c + 1])), 1e-15);
+    TMedianState s2;
+    MedianInit(len, s2, delay);
+    const TVec parts = InBlocks(x, RandomBlocks(x.Length(), 8), [&](const TVec& a, TVec& b) { MedianFilter(a, b, s2); });
+    EXPECT_EQ(MaxAbsDiff(parts, whole), 0.0);
+  }
+  // Complex data: the median of each component.
+  const TVec z = Noise(200, true, 12);
+  TVec re, im;
+  re.RealPart(z);
+  im.ImagPart(z);
+  TMedianState a, b, cst, d;
+  for (TMedianState* s : {&a, &b, &cst, &d}) MedianInit(7, *s);
+  TVec yz, yr, yi;
+  MedianFilter(z, yz, a);
+  MedianFilter(re, yr, b);
+  MedianFilter(im, yi, cst);
+  for (int i = 0; i < 200; ++i) EXPECT_EQ(yz.CValues(i), TCplx(yr.Values(i), yi.Values(i)));
+  const TVec parts = InBlocks(z, RandomBlocks(200, 13), [&](const TVec& p, TVec& q) { MedianFilter(p, q, d); });
+  EXPECT_EQ(MaxAbsDiff(parts, yz), 0.0);
+  EXPECT_THROW(MedianInit(5, a, 1), EVecError);  // window would reach into the future
+  EXPECT_THROW(MedianInit(0, a), EVecError);
+  TMedianState delay;
+  DelayInit(3, delay);
+  EXPECT_THROW(MedianFilter(z, yz, delay), EVecError);
+}
+
+TEST(MedianState, IntegerDelay) {
+  for (int d : {0, 1, 5, 40}) {
+    for (bool cplx : {false, true}) {
+      const TVec x = Noise(120, cplx, 21);
+      TMedianState st, s2;
+      DelayInit(d, st);
+      DelayInit(d, s2);
+      TVec y;
+      DelayFilter(x, y, st);
+      for (int i = 0; i < 120; ++i) {
+        const TCplx want = i >= d ? (cplx ? x.CValues(i - d) : TCplx(x.Values(i - d))) : TCplx(0.0);
+        const TCplx got = cplx ? y.CValues(i) : TCplx(y.Values(i));
+        EXPECT_EQ(got, want) << d << " " << i;
+      }
+      const TVec parts = InBlocks(x, RandomBlocks(120, 30 + d), [&](const TVec& a, TVec& b) { DelayFilter(a, b, s2); });
+      EXPECT_EQ(MaxAbsDiff(parts, y), 0.0);
+    }
+  }
+  TMedianState m;
+  MedianInit(3, m);
+  TVec y;
+  EXPECT_THROW(DelayFilter(y, y, m), EVecError);
+  EXPECT_THROW(DelayInit(-1, m), EVecError);
+}
+
+TEST(Envelope, MatchesHilbertMagnitudeAndSmooths) {
+  const auto r = ReadRecords("filt_envelope.f64");
+  ASSERT_EQ(r.size(), 2u);
+  const TVec x = ToVec(r[0]), ref = ToVec(r[1]);
+  TVec env;
+  EnvelopeDetector(x, env, 1);
+  EXPECT_LT(MaxAbsDiff(env, ref), 1e-12);
+  // Centred moving average of 5, clipped at the ends.
+  TVec sm;
+  EnvelopeDetector(x, sm, 5);
+  for (int i = 0; i < x.Length(); ++i) {
+    double s = 0;
+    int n = 0;
+    for (int k = i - 2; k <= i + 2; ++k)
+      if (k >= 0 && k < x.Length()) {
+        s += ref.Values(k);
+        ++n;
+      }
+    EXPECT_NEAR(sm.Values(i), s / n, 1e-12);
+  }
+  // Complex data: the magnitude itself.
+  const TVec z = Noise(50, true, 2);
+  EnvelopeDetector(z, env);
+  for (int i = 0; i < 50; ++i) EXPECT_NEAR(env.Values(i), std::abs(z.CValues(i)), 1e-15);
+}
+
+TEST(WaveletState, PreparesAndClamps) {
+  TWaveletState st;
+  WaveletInit(1000, 0, 3, 12, wvDaubechies, st);
+  EXPECT_TRUE(st.Prepared);
+  EXPECT_EQ(st.MaxLevel, 9);  // 2^9 = 512 <= 1000 < 1024
+  EXPECT_EQ(st.Level, 9);
+  EXPECT_EQ(st.P1, 1);
+  EXPECT_EQ(st.P2, 3);
+  EXPECT_THROW(WaveletInit(100, 1, 1, 1, 99, st), EVecError);
+}
