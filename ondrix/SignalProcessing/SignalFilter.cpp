@@ -26,10 +26,6 @@ constexpr double kNotchRadiusZeroPole = 0.99;
 // Points of the grid on which a design is measured.
 constexpr int kReportGrid = 4096;
 
-const std::vector<std::string> kResponseNames = {
-    "rstUnit",     "rstFIR",           "rstDifferentiator", "rstDoubleDifferentiator", "rstIntegrator",
-    "rstDoubleIntegrator", "rstHilbert", "rstIIR", "rstSavGolay", "rstMovingAverage",
-    "rstMedian",   "rstEnvelope",      "rstWavelet",        "rstIntegerDelay"};
 
 bool IsFirFamily(TResponseType r) {
   switch (r) {
@@ -83,7 +79,11 @@ const TClassInfo& TSignalFilter::StaticClassInfo() {
                 2.0)
           .Prop("UseNormalizedFrequency", &TSignalFilter::UseNormalizedFrequency,
                 &TSignalFilter::SetUseNormalizedFrequency, true)
-          .Enum("Response", &TSignalFilter::Response, &TSignalFilter::SetResponse, kResponseNames, rstUnit)
+          .Enum("Response", &TSignalFilter::Response, &TSignalFilter::SetResponse,
+                {"rstUnit", "rstFIR", "rstDifferentiator", "rstDoubleDifferentiator", "rstIntegrator",
+                 "rstDoubleIntegrator", "rstHilbert", "rstIIR", "rstSavGolay", "rstMovingAverage", "rstMedian",
+                 "rstEnvelope", "rstWavelet", "rstIntegerDelay"},
+                rstUnit)
           .Enum("Wavelet", &TSignalFilter::Wavelet, &TSignalFilter::SetWavelet,
                 {"wvHaar", "wvDaubechies", "wvSymlet", "wvCoiflet", "wvBiorthogonal"}, wvHaar)
           .Prop("WaveletP1", &TSignalFilter::WaveletP1, &TSignalFilter::SetWaveletP1, 1)

@@ -9,6 +9,8 @@
 #include <random>
 
 #include "ondrix/SignalProcessing/SignalProcessing.h"
+#include "ondrix/framework/Registry.h"
+#include "ondrix/framework/Settings.h"
 
 using namespace ondrix;
 
@@ -386,4 +388,30 @@ TEST(BandFilterList, StreamImageCheckRulesAndTemplates) {
   EXPECT_EQ(g.Filters()->TemplateName(), "low");
   EXPECT_EQ(g.Bands().Count(), 2);
   EXPECT_EQ(g.Bands().Items(0)->FreqStop, 0.2);
+}
+
+TEST(SignalFilter, SettingsFileKeepsDesignBandsAndTemplates) {
+  RegisterClass(TComponent::StaticClassInfo());
+  TComponent form(nullptr);
+  auto* f = new TSignalFilter(&form);
+  f->SetName("Lowpass");
+  f->SetResponse(rstIIR);
+  f->SetIirMethod(imElliptic);
+  f->SetUpSample(2);
+  Lowpass(*f, 0.25, 0.3, 0.5, 70);
+  f->Filters()->AddTemplate("first");
+  std::unique_ptr<TComponent> back = LoadComponentFromJson(SaveComponentToJson(form));
+  auto* g = dynamic_cast<TSignalFilter*>(back->FindComponent("Lowpass"));
+  ASSERT_NE(g, nullptr);
+  EXPECT_EQ(g->Response(), rstIIR);
+  EXPECT_EQ(g->IirMethod(), imElliptic);
+  EXPECT_EQ(g->UpSample(), 2);
+  ASSERT_EQ(g->Bands().Count(), 2);
+  EXPECT_EQ(g->Bands().Items(1)->Ripple, 70.0);
+  EXPECT_EQ(g->Filters()->Templates().Count(), 1);
+  EXPECT_EQ(g->Filters()->TemplateName(), "first");
+  // The loaded filter designs the same filter.
+  f->ApplyChanges();
+  g->ApplyChanges();
+  EXPECT_EQ(MaxDiff(f->Taps(), g->Taps()), 0.0);
 }
