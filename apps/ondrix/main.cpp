@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "apps/ondrix/filter_demo.h"
 #include "ondrix/SignalProcessing/SignalProcessing.h"
 #include "ondrix/vec/TVec.h"
 
@@ -103,7 +104,8 @@ int RunDemo(int length, double fs, double freq, double amplitude) {
   o.noiseSd = 0.1 * amplitude;
   o.blocks = 3;
   o.show = 6;
-  return RunGenerate(o);
+  RunGenerate(o);
+  return app::RunFilterDemo(app::FilterDemoOptions{});
 }
 
 }  // namespace
@@ -135,10 +137,21 @@ int main(int argc, char** argv) {
   generate->add_option("--show", gen.show, "First samples to print")
       ->check(CLI::NonNegativeNumber)->capture_default_str();
 
+  auto* filter = app.add_subcommand("filter", "Low-pass two generated tones and show the removed one's attenuation");
+  app::FilterDemoOptions flt;
+  filter->add_option("--keep", flt.keepFreq, "Tone in the pass band, Hz")->capture_default_str();
+  filter->add_option("--remove", flt.removeFreq, "Tone in the stop band, Hz")->capture_default_str();
+  filter->add_option("--pass", flt.passEdge, "Pass band edge, Hz")->capture_default_str();
+  filter->add_option("--stop", flt.stopEdge, "Stop band edge, Hz")->capture_default_str();
+  filter->add_option("--ripple", flt.ripple, "Pass band ripple, dB")->capture_default_str();
+  filter->add_option("--attenuation", flt.attenuation, "Stop band attenuation, dB")->capture_default_str();
+  filter->add_option("--fs", flt.fs, "Sampling frequency, Hz")->check(CLI::PositiveNumber)->capture_default_str();
+
   CLI11_PARSE(app, argc, argv);
   try {
     if (*demo) return RunDemo(length, fs, freq, amplitude);
     if (*generate) return RunGenerate(gen);
+    if (*filter) return app::RunFilterDemo(flt);
   } catch (const std::exception& e) {
     std::fprintf(stderr, "ondrix: %s\n", e.what());
     return 1;
