@@ -266,7 +266,7 @@ TEST(SignalFilter, DesignReportTellsWhatWasAchieved) {
   const TDesignReport& r = f.DesignReport();
   ASSERT_EQ(r.Bands.size(), 2u);
   // Kaiser's length formula is an estimate: the measured attenuation lands within a dB of
-  // the specification, and the report's verdict follows the measurement.
+  // the requested attenuation, and the report's verdict follows the measurement.
   EXPECT_NEAR(r.Bands[1].Achieved, 60.0, 1.0) << r.ToString();
   EXPECT_EQ(r.Bands[1].Met, r.Bands[1].Achieved >= 60.0 - 0.01);
   EXPECT_LT(r.Bands[0].Achieved, 0.1 + 0.01);
