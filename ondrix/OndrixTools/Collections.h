@@ -123,7 +123,8 @@ private:
   bool blockAssign_ = false;
 };
 
-/// A bank of plain signals.
+/// A bank of plain signals. The list is its items' owner (they are its owned components),
+/// unlike TSpectrumList, whose items have no owner; the difference is deliberate.
 class TSignalList : public TAnalysisList {
 public:
   ONDRIX_CLASS_INFO()
@@ -132,9 +133,10 @@ public:
 
 protected:
   std::unique_ptr<TKvxComponent> AddItem() override;
+  bool OwnItemsAsComponents() const override { return true; }
 };
 
-/// A bank of plain spectra.
+/// A bank of plain spectra, whose items have no owner: the list frees them itself.
 class TSpectrumList : public TAnalysisList {
 public:
   ONDRIX_CLASS_INFO()

@@ -13,9 +13,10 @@ const TClassInfo& TKvxComponentList::StaticClassInfo() {
 
 TKvxComponentList::~TKvxComponentList() {
   BeginDestroy();
-  while (!items_.empty()) {
-    std::unique_ptr<TKvxComponent> victim = std::move(items_.back());
-    items_.pop_back();
+  items_.clear();  // items owned as components go with the component tree
+  while (!unowned_.empty()) {
+    std::unique_ptr<TKvxComponent> victim = std::move(unowned_.back());
+    unowned_.pop_back();
   }
 }
 
@@ -25,16 +26,43 @@ void TKvxComponentList::CheckIndex(int i) const {
 
 TKvxComponent* TKvxComponentList::Add() {
   std::unique_ptr<TKvxComponent> item = AddItem();
-  if (ComponentState().Contains(csDesigning)) item->SetDesigning(true);
-  items_.push_back(std::move(item));
-  return items_.back().get();
+  TKvxComponent* raw = item.get();
+  if (OwnItemsAsComponents()) {
+    InsertComponent(std::move(item));  // Notification(opInsert) lists it
+    if (IndexOf(raw) < 0) items_.push_back(raw);
+  } else {
+    if (ComponentState().Contains(csDesigning)) item->SetDesigning(true);
+    unowned_.push_back(std::move(item));
+    items_.push_back(raw);
+  }
+  return raw;
 }
 
 void TKvxComponentList::Delete(int i) {
   CheckIndex(i);
   // Out of the list before its destructor runs, so nobody finds a half-destroyed item.
-  std::unique_ptr<TKvxComponent> victim = std::move(items_[static_cast<std::size_t>(i)]);
+  TKvxComponent* item = items_[static_cast<std::size_t>(i)];
   items_.erase(items_.begin() + i);
+  if (item->Owner() == this) {
+    std::unique_ptr<TComponent> victim = RemoveComponent(item);
+    return;
+  }
+  for (auto it = unowned_.begin(); it != unowned_.end(); ++it) {
+    if (it->get() == item) {
+      std::unique_ptr<TKvxComponent> victim = std::move(*it);
+      unowned_.erase(it);
+      return;
+    }
+  }
+}
+
+void TKvxComponentList::Notification(TComponent* AComponent, TOperation Operation) {
+  if (OwnItemsAsComponents() && AComponent && AComponent->Owner() == this) {
+    auto* item = dynamic_cast<TKvxComponent*>(AComponent);
+    if (Operation == opInsert && item && IndexOf(item) < 0) items_.push_back(item);
+  }
+  if (Operation == opRemove) std::erase(items_, AComponent);
+  TKvxComponent::Notification(AComponent, Operation);
 }
 
 void TKvxComponentList::SetCount(int NewCount) {
@@ -45,12 +73,12 @@ void TKvxComponentList::SetCount(int NewCount) {
 
 TKvxComponent* TKvxComponentList::Items(int i) const {
   CheckIndex(i);
-  return items_[static_cast<std::size_t>(i)].get();
+  return items_[static_cast<std::size_t>(i)];
 }
 
 int TKvxComponentList::IndexOf(const TKvxComponent* Item) const noexcept {
   for (std::size_t i = 0; i < items_.size(); ++i) {
-    if (items_[i].get() == Item) return static_cast<int>(i);
+    if (items_[i] == Item) return static_cast<int>(i);
   }
   return -1;
 }
@@ -66,25 +94,27 @@ void TKvxComponentList::Propagate(int SrcIndex, const std::vector<int>& DstIndic
 
 void TKvxComponentList::SetDesigning(bool Value) {
   TKvxComponent::SetDesigning(Value);
-  for (const auto& item : items_) item->SetDesigning(Value);
+  for (TKvxComponent* item : items_)
+    if (item->Owner() != this) item->SetDesigning(Value);  // owned ones follow their owner
 }
 
 void TKvxComponentList::DefineProperties(TFiler& Filer) {
   TKvxComponent::DefineProperties(Filer);
   Filer.DefineBinaryProperty(
-      "Items", [this](TStream& s) { ReadItems(s); }, [this](TStream& s) { WriteItems(s); }, GetCount() > 0);
+      "Items", [this](TStream& s) { ReadItems(s); }, [this](TStream& s) { WriteItems(s); },
+      GetCount() > 0 && !OwnItemsAsComponents());
 }
 
 void TKvxComponentList::WriteItems(TStream& Stream) const {
   WriteInt32LE(Stream, static_cast<std::int32_t>(GetCount()));
-  for (const auto& item : items_) item->SaveTemplateToStream(Stream);
+  for (TKvxComponent* item : items_) item->SaveTemplateToStream(Stream);
 }
 
 void TKvxComponentList::ReadItems(TStream& Stream) {
   const std::int32_t n = ReadInt32LE(Stream);
   if (n < 0) throw EReadError("Invalid item count " + std::to_string(n));
   SetCount(n);
-  for (const auto& item : items_) item->LoadTemplateFromStream(Stream);
+  for (TKvxComponent* item : items_) item->LoadTemplateFromStream(Stream);
 }
 
 }  // namespace ondrix

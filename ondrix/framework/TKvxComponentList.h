@@ -8,10 +8,14 @@
 
 namespace ondrix {
 
-/// Owns a bank of like components, created through the abstract AddItem. Items have no
-/// owner (Owner() is nullptr): the list holds and destroys them. They store with the list
-/// as the binary property "Items" (count, then each item's template), so a list in a
-/// settings file keeps its items' settings but not their links.
+/// Owns a bank of like components, created through the abstract AddItem.
+///
+/// By default items have no owner (Owner() is nullptr): the list holds and destroys them, and
+/// they store with the list as the binary property "Items" (count, then each item's
+/// template), so a list in a settings file keeps its items' settings but not their links.
+/// A list whose OwnItemsAsComponents() is true makes itself the items' owner instead: they
+/// are its owned components (and store as such), and a component inserted into the list
+/// becomes an item.
 class TKvxComponentList : public TKvxComponent {
 public:
   ONDRIX_CLASS_INFO()
@@ -45,13 +49,18 @@ public:
 protected:
   /// Creates one new item of the list's class (not yet in the list).
   virtual std::unique_ptr<TKvxComponent> AddItem() = 0;
+  /// Whether items are owned as components of the list (see the class comment).
+  virtual bool OwnItemsAsComponents() const { return false; }
+  /// Keeps the items in step with the owned components when the list owns them.
+  void Notification(TComponent* AComponent, TOperation Operation) override;
 
 private:
   void CheckIndex(int i) const;
   void WriteItems(TStream& Stream) const;
   void ReadItems(TStream& Stream);
 
-  std::vector<std::unique_ptr<TKvxComponent>> items_;
+  std::vector<TKvxComponent*> items_;                   // in list order
+  std::vector<std::unique_ptr<TKvxComponent>> unowned_;  // items not owned as components
 };
 
 }  // namespace ondrix

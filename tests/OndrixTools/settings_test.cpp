@@ -51,6 +51,7 @@ const TClassInfo& TMixer::StaticClassInfo() {
 struct Registered {
   Registered() {
     RegisterClass(TComponent::StaticClassInfo());  // the "form" that owns the graph
+    RegisterClass(TSpectrumList::StaticClassInfo());  // not among the unit's streamable classes
     RegisterClass(TStage::StaticClassInfo());
     RegisterClass(TMixer::StaticClassInfo());
   }
@@ -174,4 +175,35 @@ TEST(Templates, MultiInputLinksSurviveATemplate) {
   EXPECT_EQ(dst.Inputs()->Items(0)->Input(), &b);
   EXPECT_FALSE(dst.GetBlockAssign());
   EXPECT_FALSE(dst.Inputs()->BlockAssign());
+}
+
+TEST(Lists, SignalListOwnsItsItemsSpectrumListDoesNot) {
+  TComponent form(nullptr);
+  auto* signals = new TSignalList(&form);
+  signals->SetName("Signals");
+  auto* spectra = new TSpectrumList(&form);
+  spectra->SetName("Spectra");
+  signals->SetCount(3);
+  spectra->SetCount(2);
+  EXPECT_EQ(signals->Items(0)->Owner(), signals);
+  EXPECT_EQ(signals->ComponentCount(), 3);
+  EXPECT_EQ(spectra->Items(0)->Owner(), nullptr);
+  EXPECT_EQ(spectra->ComponentCount(), 0);
+
+  signals->Items(1)->SetSamplingFrequency(44100.0);
+  spectra->Items(1)->SetHarmonics(3);
+  std::unique_ptr<TComponent> back = LoadComponentFromJson(SaveComponentToJson(form));
+  auto* s2 = dynamic_cast<TSignalList*>(back->FindComponent("Signals"));
+  auto* p2 = dynamic_cast<TSpectrumList*>(back->FindComponent("Spectra"));
+  ASSERT_TRUE(s2 && p2);
+  ASSERT_EQ(s2->Count(), 3);  // once, as owned components, not again as list data
+  EXPECT_EQ(s2->Items(1)->SamplingFrequency(), 44100.0);
+  ASSERT_EQ(p2->Count(), 2);
+  EXPECT_EQ(p2->Items(1)->Harmonics(), 3);
+
+  delete signals->Items(0);  // an owned item destroyed directly leaves the list
+  EXPECT_EQ(signals->Count(), 2);
+  signals->Delete(0);
+  EXPECT_EQ(signals->Count(), 1);
+  EXPECT_EQ(signals->ComponentCount(), 1);
 }
