@@ -1,0 +1,72 @@
+// Small helpers shared by the spectrum analyzer tests: test signals in TVecs and an analyzer
+// fed by a plain signal.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "ondrix/SignalAnalysis/SignalAnalysis.h"
+
+namespace ondrix::testing {
+
+/// A·sin(2πf·n/fs + phase), n = 0 .. count − 1.
+inline TVec Sine(int count, double fs, double f, double A, double phase = 0.0) {
+  TVec v(count);
+  for (int n = 0; n < count; ++n) v.Values(n) = A * std::sin(2 * M_PI * f * n / fs + phase);
+  return v;
+}
+
+/// A·e^(i(2πf·n/fs + phase)) (complex).
+inline TVec ComplexTone(int count, double fs, double f, double A, double phase = 0.0) {
+  TVec v(count, true);
+  for (int n = 0; n < count; ++n) v.CValues(n) = std::polar(A, 2 * M_PI * f * n / fs + phase);
+  return v;
+}
+
+/// Gaussian noise of standard deviation sd.
+inline TVec Noise(int count, std::uint32_t seed, double sd = 1.0) {
+  TVec v(count);
+  v.RandGauss(seed, 0.0, sd);
+  return v;
+}
+
+/// a + b, element by element.
+inline TVec Sum(const TVec& a, const TVec& b) {
+  TVec s(a);
+  s.Add(b);
+  return s;
+}
+
+/// An analyzer named "Analyzer" whose input is a plain signal named "Source".
+struct TRig {
+  std::unique_ptr<TSignal> source = std::make_unique<TSignal>(nullptr);
+  std::unique_ptr<TSpectrumAnalyzer> an = std::make_unique<TSpectrumAnalyzer>(nullptr);
+
+  explicit TRig(double fs = 1.0) {
+    source->SetName("Source");
+    source->SetSamplingFrequency(fs);
+    an->SetName("Analyzer");
+    an->SetInput(source.get());
+  }
+  /// Puts x into the source and runs one analyzer update.
+  void Feed(const TVec& x) {
+    source->SetData(x);
+    an->Update();
+  }
+  TSpectrumAnalyzer* operator->() const { return an.get(); }
+};
+
+/// The amplitude vector as doubles.
+inline std::vector<double> Values(const TVec& v) { return {v.PValues(), v.PValues() + v.RealLength()}; }
+
+/// Largest |a[i] − b[i]| (huge on a size mismatch).
+inline double MaxDiff(const TVec& a, const TVec& b) {
+  if (a.RealLength() != b.RealLength()) return 1e300;
+  double m = 0;
+  for (int i = 0; i < a.RealLength(); ++i) m = std::max(m, std::fabs(a.PValues()[i] - b.PValues()[i]));
+  return m;
+}
+
+}  // namespace ondrix::testing

@@ -1,0 +1,289 @@
+// Frame averaging (TSpectrumStats and the analyzer's complex modes): every mode against an
+// independent computation over the frames, the freeze of the finite modes, the reset rules,
+// the deviation and the confidence limits.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <vector>
+
+#include "analyzer_helpers.h"
+
+using namespace ondrix;
+using namespace ondrix::testing;
+
+namespace {
+
+constexpr int kL = 256;
+constexpr double kFs = 256.0;
+
+/// Frame k: a tone whose amplitude and phase change from frame to frame, plus noise.
+TVec Frame(int k) {
+  return Sum(Sine(kL, kFs, 32.0, 1.0 + 0.1 * k, 0.7 * k), Noise(kL, 100 + k, 0.2));
+}
+
+/// Amplitude and phase of each frame, from an analyzer without averaging.
+struct TFrames {
+  std::vector<TVec> amplt, phase;
+};
+TFrames Plain(int frames) {
+  TFrames f;
+  TRig rig(kFs);
+  for (int k = 0; k < frames; ++k) {
+    rig.Feed(Frame(k));
+    f.amplt.push_back(rig->Amplt());
+    f.phase.push_back(rig->Phase());
+  }
+  return f;
+}
+
+/// Largest relative difference of a against the reference r.
+double RelErr(const TVec& a, const TVec& r) {
+  double m = 0, top = 0;
+  for (int i = 0; i < r.Length(); ++i) top = std::max(top, std::fabs(r.Values(i)));
+  if (a.Length() != r.Length()) return 1e300;
+  for (int i = 0; i < r.Length(); ++i) m = std::max(m, std::fabs(a.Values(i) - r.Values(i)));
+  return m / top;
+}
+
+}  // namespace
+
+TEST(Averaging, LinearMeanDeviationAndLimitsMatchTheFrames) {
+  const int frames = 12;
+  const TFrames ref = Plain(frames);
+  TRig rig(kFs);
+  rig->Stats()->SetAveraging(avLinearInf);
+  rig->Stats()->SetCalcStdDev(true);
+  rig->Stats()->SetCalcLimits(true);
+  rig->Stats()->SetConfidenceInterval(95.0);
+  EXPECT_NEAR(rig->Stats()->ConfidenceFactor(), 1.959963984540054, 1e-14);  // scipy.stats.norm.ppf(0.975)
+  for (int k = 0; k < frames; ++k) rig.Feed(Frame(k));
+  EXPECT_EQ(rig->Stats()->Averaged(), static_cast<unsigned>(frames));
+  // Two-pass mean and sample deviation (n − 1) per line.
+  TVec mean(kL / 2), pmean(kL / 2), sd(kL / 2), psd(kL / 2);
+  for (int i = 0; i < kL / 2; ++i) {
+    double s = 0, p = 0;
+    for (int k = 0; k < frames; ++k) s += ref.amplt[k].Values(i), p += ref.phase[k].Values(i);
+    mean.Values(i) = s / frames;
+    pmean.Values(i) = p / frames;
+    double v = 0, pv = 0;
+    for (int k = 0; k < frames; ++k) {
+      v += std::pow(ref.amplt[k].Values(i) - mean.Values(i), 2);
+      pv += std::pow(ref.phase[k].Values(i) - pmean.Values(i), 2);
+    }
+    sd.Values(i) = std::sqrt(v / (frames - 1));
+    psd.Values(i) = std::sqrt(pv / (frames - 1));
+  }
+  EXPECT_LT(RelErr(rig->Amplt(), mean), 1e-13);
+  EXPECT_LT(RelErr(rig->Phase(), pmean), 1e-13);
+  const TSpectrumStats& st = *rig->Stats();
+  ASSERT_EQ(st.StdDev().Count(), 2);
+  EXPECT_LT(RelErr(st.StdDev()[0], sd), 1e-10);
+  EXPECT_LT(RelErr(st.StdDev()[1], psd), 1e-10);
+  ASSERT_EQ(st.UpperLimit().Count(), 2);
+  for (int i = 0; i < kL / 2; ++i) {
+    EXPECT_NEAR(st.UpperLimit()[0].Values(i), mean.Values(i) + 1.959963984540054 * sd.Values(i), 1e-10);
+    EXPECT_NEAR(st.LowerLimit()[0].Values(i), mean.Values(i) - 1.959963984540054 * sd.Values(i), 1e-10);
+  }
+}
+
+TEST(Averaging, ConfidenceFactorIsZeroUntilTheIntervalIsAssigned) {
+  TRig rig(kFs);
+  rig->Stats()->SetAveraging(avLinearInf);
+  rig->Stats()->SetCalcStdDev(true);
+  rig->Stats()->SetCalcLimits(true);
+  EXPECT_EQ(rig->Stats()->ConfidenceInterval(), 99.0);
+  EXPECT_EQ(rig->Stats()->ConfidenceFactor(), 0.0);
+  for (int k = 0; k < 3; ++k) rig.Feed(Frame(k));
+  EXPECT_EQ(Values(rig->Stats()->LowerLimit()[0]), Values(rig->Amplt()));
+  EXPECT_EQ(Values(rig->Stats()->UpperLimit()[0]), Values(rig->Amplt()));
+  rig->Stats()->SetConfidenceInterval(99.0);
+  EXPECT_NEAR(rig->Stats()->ConfidenceFactor(), 2.5758293035489004, 1e-14);  // norm.ppf(0.995)
+  rig->Stats()->SetConfidenceInterval(100.0);
+  EXPECT_EQ(rig->Stats()->ConfidenceInterval(), 99.99999);
+  rig->Stats()->SetConfidenceInterval(0.5);
+  EXPECT_EQ(rig->Stats()->ConfidenceInterval(), 1.0);
+  EXPECT_NEAR(rig->Stats()->ConfidenceFactor(), 0.012533469508069276, 1e-15);  // norm.ppf(0.505)
+}
+
+TEST(Averaging, LinearFreezesAfterAveragesFramesUntilReset) {
+  TRig rig(kFs);
+  rig->Stats()->SetAveraging(avLinear);
+  ASSERT_EQ(rig->Stats()->Averages(), 30u);
+  for (int k = 0; k < 30; ++k) rig.Feed(Frame(k));
+  EXPECT_EQ(rig->Stats()->Averaged(), 30u);
+  const std::vector<double> frozen = Values(rig->Amplt());
+  for (int k = 30; k < 33; ++k) rig.Feed(Frame(k));  // the 31st and later updates
+  EXPECT_EQ(Values(rig->Amplt()), frozen);
+  EXPECT_EQ(rig->Stats()->Averaged(), 30u);
+  rig->ResetAveraging();
+  rig.Feed(Frame(40));
+  EXPECT_EQ(rig->Stats()->Averaged(), 1u);
+  TRig one(kFs);
+  one.Feed(Frame(40));
+  EXPECT_EQ(Values(rig->Amplt()), Values(one->Amplt()));
+}
+
+TEST(Averaging, ExponentialWeighsNewFramesByOneOverExpDecay) {
+  const int frames = 7;
+  const TFrames ref = Plain(frames);
+  TRig rig(kFs);
+  rig->Stats()->SetAveraging(avExponentInf);
+  rig->Stats()->SetExpDecay(4);
+  for (int k = 0; k < frames; ++k) rig.Feed(Frame(k));
+  // Closed form: (3/4)^(n−1)·S1 + Σ_{k≥2} (1/4)·(3/4)^(n−k)·S_k.
+  TVec expect(kL / 2);
+  for (int i = 0; i < kL / 2; ++i) {
+    double v = std::pow(0.75, frames - 1) * ref.amplt[0].Values(i);
+    for (int k = 1; k < frames; ++k) v += 0.25 * std::pow(0.75, frames - 1 - k) * ref.amplt[k].Values(i);
+    expect.Values(i) = v;
+  }
+  EXPECT_LT(RelErr(rig->Amplt(), expect), 1e-13);
+  EXPECT_EQ(rig->Stats()->Averaged(), static_cast<unsigned>(frames));  // never stops
+}
+
+// The hold modes, driven with spectra set by hand: one line with a known sequence.
+namespace {
+std::vector<double> Drive(TAveraging mode, unsigned averages, int expDecay, const std::vector<double>& seq) {
+  TSpectrumAnalyzer an(nullptr);
+  an.SetPhaseMode(pmIgnore);
+  an.SetLength(1);
+  an.Stats()->SetAveraging(mode);
+  an.Stats()->SetAverages(averages);
+  an.Stats()->SetExpDecay(expDecay);
+  std::vector<double> out;
+  for (double v : seq) {
+    an.Amplt().Values(0) = v;
+    an.Stats()->Update();
+    out.push_back(an.Stats()->AveragedSpectrum().Amplt().Values(0));
+  }
+  return out;
+}
+}  // namespace
+
+TEST(Averaging, PeakHoldDropsAfterTheHoldTime) {
+  // Averages = 3: the 5 of frame 1 is not exceeded for more than 3 frames, so frame 5 takes
+  // the current value; frame 7 exceeds the held value.
+  const std::vector<double> seq{5, 1, 1, 1, 1, 1, 2};
+  EXPECT_EQ(Drive(avPeakHoldInf, 3, 5, seq), (std::vector<double>{5, 5, 5, 5, 1, 1, 2}));
+  // Through the analyzer, avPeakHold stops after Averages frames.
+  TRig rig(kFs);
+  rig->Stats()->SetAveraging(avPeakHold);
+  rig->Stats()->SetAverages(3);
+  TVec held(kL / 2);
+  for (int k = 0; k < 5; ++k) {
+    rig.Feed(Frame(k));
+    if (k < 3) {
+      TRig one(kFs);
+      one.Feed(Frame(k));
+      for (int i = 0; i < kL / 2; ++i) held.Values(i) = std::max(k ? held.Values(i) : 0.0, one->Amplt().Values(i));
+    }
+  }
+  EXPECT_EQ(rig->Stats()->Averaged(), 3u);
+  EXPECT_EQ(Values(rig->Amplt()), Values(held));
+}
+
+TEST(Averaging, PeakAndDecayFallsByOneMinusOneOverExpDecay) {
+  const std::vector<double> seq{4, 1, 1, 3.5, 0};
+  const std::vector<double> got = Drive(avPeakAndDecay, 30, 4, seq);
+  const std::vector<double> want{4, 3, 2.25, 3.5, 2.625};
+  ASSERT_EQ(got.size(), want.size());
+  for (size_t i = 0; i < want.size(); ++i) EXPECT_DOUBLE_EQ(got[i], want[i]) << i;
+}
+
+TEST(Averaging, ComplexModesAverageTheComplexSpectrum) {
+  const int frames = 6;
+  // Independent spectra of the frames: rfft scaled by 1/L (rectangular window, DC removed).
+  std::vector<TVec> X;
+  for (int k = 0; k < frames; ++k) {
+    TVec x = Frame(k);
+    x.RemoveDC();
+    TVec s;
+    s.FFTFromReal(x);
+    s.Scale(1.0 / kL);
+    X.push_back(s);
+  }
+  for (TAveraging mode : {avCplxLinearInf, avCplxLinear, avCplxExponentInf}) {
+    TRig rig(kFs);
+    rig->Stats()->SetAveraging(mode);
+    rig->Stats()->SetAverages(4);
+    rig->Stats()->SetExpDecay(3);
+    for (int k = 0; k < frames; ++k) rig.Feed(Frame(k));
+    const int used = mode == avCplxLinear ? 4 : frames;
+    EXPECT_EQ(rig->Stats()->Averaged(), static_cast<unsigned>(used));
+    TVec expect(kL / 2);
+    for (int i = 0; i < kL / 2; ++i) {
+      TCplx a = 0;
+      if (mode == avCplxExponentInf) {
+        a = std::pow(2.0 / 3, frames - 1) * X[0].CValues(i);
+        for (int k = 1; k < frames; ++k) a += std::pow(2.0 / 3, frames - 1 - k) / 3.0 * X[k].CValues(i);
+      } else {
+        for (int k = 0; k < used; ++k) a += X[k].CValues(i);
+        a /= used;
+      }
+      expect.Values(i) = std::abs(a);
+    }
+    EXPECT_LT(RelErr(rig->Amplt(), expect), 1e-12) << mode;
+    // The tone's phase turns from frame to frame: its complex mean is well below the mean
+    // of its amplitudes, which an amplitude average would give.
+    double meanAmplt = 0;
+    for (int k = 0; k < used; ++k) meanAmplt += std::abs(X[k].CValues(32)) / used;
+    EXPECT_LT(rig->Amplt().Values(32), 0.8 * meanAmplt) << mode;
+  }
+}
+
+TEST(Averaging, ResetRules) {
+  TRig rig(kFs);
+  TSpectrumStats& st = *rig->Stats();
+  auto run = [&] {
+    rig.Feed(Frame(1));
+    rig.Feed(Frame(2));
+    return st.Averaged();
+  };
+  EXPECT_EQ(run(), 0u);  // avNone counts nothing
+  st.SetAveraging(avLinearInf);
+  ASSERT_EQ(run(), 2u);
+  rig->SetSpectrumType(stRmsAmplitude);
+  EXPECT_EQ(st.Averaged(), 0u);
+  run();
+  rig->SetDCDump(false);
+  EXPECT_EQ(st.Averaged(), 0u);
+  run();
+  rig->SetIntegration(inOnce);
+  EXPECT_EQ(st.Averaged(), 0u);
+  run();
+  rig->SetZeroPadding(2);
+  EXPECT_EQ(st.Averaged(), 0u);
+  run();
+  rig->SetLogType(ltRelative);  // the dB conversion comes after the average
+  rig->SetLogarithmic(true);
+  EXPECT_EQ(st.Averaged(), 2u);
+  rig->SetRealCepstrum(true);
+  EXPECT_EQ(st.Averaged(), 0u);
+  run();
+  st.SetExpDecay(0);  // stored as 1
+  EXPECT_EQ(st.ExpDecay(), 1);
+  EXPECT_EQ(st.Averaged(), 0u);
+  run();
+  st.SetExpDecay(1);  // unchanged: no reset
+  EXPECT_EQ(st.Averaged(), 2u);
+  st.SetExpDecay(-3);
+  EXPECT_EQ(st.ExpDecay(), 1);
+  st.SetCalcStdDev(true);
+  EXPECT_EQ(st.Averaged(), 0u);
+  run();
+  st.SetAveraging(avLinear);
+  EXPECT_EQ(st.Averaged(), 0u);
+  ASSERT_EQ(run(), 2u);
+  // A new frame length or sampling frequency restarts the average within the update.
+  rig.Feed(Noise(2 * kL, 5));
+  EXPECT_EQ(st.Averaged(), 1u);
+  rig.source->SetSamplingFrequency(2 * kFs);
+  rig.Feed(Noise(2 * kL, 6));
+  EXPECT_EQ(st.Averaged(), 1u);
+  // The count wraps to 0 past its largest value.
+  st.SetAveraging(avLinearInf);
+  st.SetAveraged(UINT_MAX);
+  rig.Feed(Noise(2 * kL, 7));
+  EXPECT_EQ(st.Averaged(), 0u);
+}

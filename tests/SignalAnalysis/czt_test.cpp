@@ -1,0 +1,101 @@
+// The chirp-z zoom: settings rules, the frequency axis and the amplitude scale, against the
+// transform of the windowed frame summed directly.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "analyzer_helpers.h"
+
+using namespace ondrix;
+using namespace ondrix::testing;
+
+TEST(ZoomSettings, StartAndStopPushEachOtherAndStepAndStartRadiusAreClamped) {
+  TSpectrumAnalyzer an(nullptr);
+  TSpectrumCZT& z = *an.CZT();
+  EXPECT_EQ(z.StartFrequency(), 0.0);
+  EXPECT_EQ(z.FrequencyStep(), 0.0078125);
+  EXPECT_EQ(z.StopFrequency(), 0.5);
+  z.SetStopFrequency(500);
+  z.SetStartFrequency(1000);
+  EXPECT_EQ(z.StartFrequency(), 1000);
+  EXPECT_EQ(z.StopFrequency(), 1000);
+  z.SetStartFrequency(200);
+  z.SetStopFrequency(100);
+  EXPECT_EQ(z.StartFrequency(), 100);
+  EXPECT_EQ(z.StopFrequency(), 100);
+  z.SetFrequencyStep(-1);
+  z.SetStartRadius(-0.5);
+  z.SetStopRadius(-0.5);
+  EXPECT_EQ(z.FrequencyStep(), 0.0);
+  EXPECT_EQ(z.StartRadius(), 0.0);
+  EXPECT_EQ(z.StopRadius(), -0.5);
+  z.SetStopFrequency(130);
+  z.SetStartFrequency(120);
+  z.SetFrequencyStep(0.3);  // 33.3 points: truncated
+  EXPECT_EQ(z.PointCount(), 33);
+  z.SetFrequencyStep(0);
+  EXPECT_EQ(z.PointCount(), TSpectrumCZT::kMaxPoints);
+}
+
+TEST(Zoom, AxisAndScaleMatchTheDirectTransform) {
+  const double fs = 1000.0;
+  const int L = 500;
+  const TVec x = Sum(Sine(L, fs, 123.4, 2.0, 0.3), Noise(L, 8, 0.1));
+  TRig rig(fs);
+  rig.source->SetBandWidthL(0.0);
+  rig->SetMethod(smCZT);
+  rig->SetWindow(wtHanning);
+  rig->CZT()->SetStopFrequency(130.0);
+  rig->CZT()->SetStartFrequency(120.0);
+  rig->CZT()->SetFrequencyStep(0.1);
+  rig->SetDCDump(false);
+  rig.Feed(x);
+  const int m = 100;
+  ASSERT_EQ(rig->Length(), m);
+  EXPECT_DOUBLE_EQ(rig->SamplingFrequency(), 20.0);
+  EXPECT_DOUBLE_EQ(rig->ActualZeroPadding(), 0.2);
+  EXPECT_DOUBLE_EQ(rig->AmpltScale(), 2.0 / L);  // ScaleFactor·WindowScaleFactor / frame length
+  TVec w(L);
+  w.SetVal(1.0);
+  Hanning(w);
+  double err = 0, top = 0;
+  for (int k = 0; k < m; ++k) {
+    const double f = 120.0 + 0.1 * k;
+    ASSERT_NEAR(rig->LineFrequency(k), f, 1e-10);
+    TCplx X = 0;
+    for (int n = 0; n < L; ++n) X += w.Values(n) * x.Values(n) * std::polar(1.0, -2 * M_PI * f * n / fs);
+    const double ref = std::abs(X) * 2.0 / L;
+    err = std::max(err, std::fabs(rig->Amplt().Values(k) - ref));
+    top = std::max(top, ref);
+  }
+  EXPECT_LT(err, 1e-11 * top);
+}
+
+TEST(Zoom, ATonesReadsItsAmplitudeAndTheAxisCarriesTheInputOffset) {
+  const double fs = 1000.0;
+  const int L = 800;
+  TRig rig(fs);
+  rig->SetMethod(smCZT);
+  rig->SetWindow(wtBlackman);
+  rig->CZT()->SetStopFrequency(-240.0);
+  rig->CZT()->SetStartFrequency(-260.0);
+  rig->CZT()->SetFrequencyStep(0.25);
+  rig.source->SetComplex(true);
+  rig.Feed(ComplexTone(L, fs, -251.25, 0.6, 0.4));
+  ASSERT_EQ(rig->Length(), 80);
+  const int k = rig->LineOf(-251.25);
+  EXPECT_DOUBLE_EQ(rig->LineFrequency(k), -251.25);
+  EXPECT_NEAR(rig->Amplt().Values(k), 0.6, 0.6 * 1e-8);  // the table factor's 9 digits
+  // A real tone reads half its amplitude; its image at −f is 500 lines of the frame away.
+  TRig real(fs);
+  real->SetMethod(smCZT);
+  real->SetWindow(wtHanning);
+  real->CZT()->SetStopFrequency(260.0);
+  real->CZT()->SetStartFrequency(240.0);
+  real->CZT()->SetFrequencyStep(0.25);
+  real.source->SetBandWidthL(50.0);  // the frame's band starts at 50 Hz
+  real.Feed(Sine(L, fs, 251.25, 0.6));
+  EXPECT_DOUBLE_EQ(real->BandWidthL(), 290.0);
+  EXPECT_NEAR(real->Amplt().Values(45), 0.3, 0.3 * 1e-7);
+  EXPECT_DOUBLE_EQ(real->LineFrequency(45), 290.0 + 45 * 0.25);
+}

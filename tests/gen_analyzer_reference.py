@@ -1,0 +1,63 @@
+#!/usr/bin/python3
+"""Writes the reference data of the spectrum analyzer's tests in tests/SignalAnalysis/
+(welch_test.cpp).
+
+Run with Debian's /usr/bin/python3 (NumPy, SciPy) from the repository root:
+    /usr/bin/python3 tests/gen_analyzer_reference.py
+
+The file is raw little-endian float64 and starts with a record table: the number of records
+R, then R record lengths in doubles, then the records. Complex arrays are interleaved (re, im).
+
+ana_welch.f64   params [fs, nperseg, frames], x (real, frames * nperseg samples: two tones
+                plus white noise), then scipy.signal.welch(x, fs, window=W, nperseg=nperseg,
+                noverlap=0, detrend='constant', scaling='spectrum') for W = hann, hamming,
+                bartlett (periodic windows: SciPy's get_window default), each as one record
+                of nperseg/2 + 1 values; then xc (complex, same length) and its two-sided
+                welch with the hann window (return_onesided=False, frequencies in FFT order).
+"""
+
+import os
+
+import numpy as np
+import scipy.signal as ss
+
+OUT_DIR = os.path.join(os.path.dirname(os.path.abspath(__file__)), "data")
+
+
+def f64(a):
+    a = np.asarray(a)
+    if np.iscomplexobj(a):
+        return a.astype("<c16").view("<f8")
+    return a.astype("<f8").ravel()
+
+
+def write_records(name, records):
+    records = [f64(r) for r in records]
+    head = np.array([len(records)] + [len(r) for r in records], dtype="<f8")
+    np.concatenate([head] + records).tofile(os.path.join(OUT_DIR, name))
+
+
+def gen_welch(rng):
+    fs, nperseg, frames = 8000.0, 512, 24
+    n = np.arange(nperseg * frames)
+    x = (0.8 * np.sin(2 * np.pi * 1000.3 * n / fs + 0.4) + 0.05 * np.sin(2 * np.pi * 2512.0 * n / fs)
+         + 0.1 * rng.standard_normal(n.size) + 0.3)
+    records = [[fs, nperseg, frames], x]
+    for w in ("hann", "hamming", "bartlett"):
+        _, p = ss.welch(x, fs, window=w, nperseg=nperseg, noverlap=0, detrend="constant", scaling="spectrum")
+        records.append(p)
+    xc = (0.7 * np.exp(2j * np.pi * (-1500.2) * n / fs) + 0.1 * rng.standard_normal(n.size)
+          + 0.1j * rng.standard_normal(n.size))
+    _, pc = ss.welch(xc, fs, window="hann", nperseg=nperseg, noverlap=0, detrend="constant",
+                     scaling="spectrum", return_onesided=False)
+    records += [xc, pc]
+    write_records("ana_welch.f64", records)
+
+
+def main():
+    rng = np.random.default_rng(20240611)
+    gen_welch(rng)
+
+
+if __name__ == "__main__":
+    main()
