@@ -263,7 +263,7 @@ private:
   // frame_ := the source's samples, zero-padded to length, mean removed (DCDump) and,
   // when windowed, multiplied by the window.
   void CopyFrame(const TSignal& src, int length, bool windowed);
-  // MinMax through the kernels of SpectrumKernels.h.
+  // MinMax through the kernels of ondrix/vec/kernels.h.
   void UpdateExtremes();
   void EstimateTwoInputs(TSignal& in, TSignal& out);
   void AverageComplex();

@@ -4,7 +4,7 @@
 
 #include "ondrix/SignalAnalysis/SpectrumAnalyzer.h"
 #include "ondrix/SignalAnalysis/SpectrumCZT.h"
-#include "ondrix/SignalAnalysis/SpectrumKernels.h"
+#include "ondrix/vec/kernels.h"
 #include "ondrix/SignalAnalysis/SpectrumStats.h"
 #include "ondrix/vec/calcbase.h"
 

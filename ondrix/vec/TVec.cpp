@@ -1,5 +1,6 @@
 #include "ondrix/vec/TVec.h"
 
+#include "ondrix/vec/kernels.h"
 #include "ondrix/vec/random_state.h"
 
 #include <algorithm>
@@ -422,8 +423,13 @@ TVec& TVec::Mag(const TVec& src) {
     for (int i = 0; i < length_; ++i) data_[i] = std::fabs(s[i]);
     return *this;
   }
-  if (&src == this && subRange_) ERaise("TVec.Mag: in-place magnitude of a complex sub-range");
-  RealFromSource(*this, src, [](TCplx z) { return std::abs(z); });
+  if (&src == this) {
+    if (subRange_) ERaise("TVec.Mag: in-place magnitude of a complex sub-range");
+    RealFromSource(*this, src, [](TCplx z) { return std::abs(z); });
+    return *this;
+  }
+  SizeFor(src.length_, false);
+  Magnitudes(data_, src.PCValues(), length_);
   return *this;
 }
 
@@ -735,9 +741,7 @@ double TVec::Min() const {
 void TVec::MaxMin(double& max, double& min) const {
   CheckNotEmpty("TVec.MaxMin");
   CheckReal("TVec.MaxMin");
-  auto [lo, hi] = std::minmax_element(data_, data_ + length_);
-  max = *hi;
-  min = *lo;
+  Extremes(data_, length_, max, min);
 }
 
 TCplx TVec::Maxc(int& index) const {
@@ -788,7 +792,7 @@ TCplx TVec::Sumc() const {
 
 double TVec::Mean() const {
   if (length_ == 0) return std::numeric_limits<double>::quiet_NaN();
-  return Sum() / length_;
+  return complex_ ? Sumc().real() / length_ : FrameMean(data_, length_);
 }
 
 TCplx TVec::Meanc() const {

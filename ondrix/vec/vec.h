@@ -3,6 +3,7 @@
 #pragma once
 
 #include "ondrix/vec/exceptions.h"
+#include "ondrix/vec/kernels.h"
 #include "ondrix/vec/TVec.h"
 #include "ondrix/vec/TMtx.h"
 #include "ondrix/vec/TVecList.h"

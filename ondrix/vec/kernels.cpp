@@ -1,4 +1,4 @@
-#include "ondrix/SignalAnalysis/SpectrumKernels.h"
+#include "ondrix/vec/kernels.h"
 
 #include <cfloat>
 #include <cmath>

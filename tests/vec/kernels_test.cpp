@@ -6,7 +6,7 @@
 #include <complex>
 #include <vector>
 
-#include "ondrix/SignalAnalysis/SpectrumKernels.h"
+#include "ondrix/vec/kernels.h"
 #include "ondrix/vec/TVec.h"
 
 using namespace ondrix;

@@ -1,4 +1,4 @@
-// Inner loops of the analyzer's per-frame work, written for throughput: several partial sums
+// Inner loops of per-frame work (means, windowing, magnitudes, extremes), written for throughput: several partial sums
 // or extremes at once instead of one dependency chain, and a magnitude without the cost of
 // hypot. Plain functions over arrays, each tested on its own.
 #pragma once
