@@ -13,8 +13,14 @@ void Step(TVec& avg, const TVec& x, double n) {
     ERaise("RunningAverage: the average and the new value differ in size");
   double* a = avg.PValues();
   const double* v = x.PValues();
-  const double keep = n - 1.0;
-  for (int i = 0, count = x.RealLength(); i < count; ++i) a[i] = (a[i] * keep + v[i]) / n;
+  // a + (v − a)/n is the same average; one multiply by 1/n vectorises, a divide per element
+  // would not keep up with the transform.
+  const double inv = 1.0 / n;
+  if (inv == 1.0) {  // n = 1 follows the new value exactly
+    avg.Copy(x);
+    return;
+  }
+  for (int i = 0, count = x.RealLength(); i < count; ++i) a[i] += (v[i] - a[i]) * inv;
 }
 
 }  // namespace
