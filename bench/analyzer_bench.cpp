@@ -12,6 +12,8 @@
 // ≥ 0.6× raw FFTW.
 #include <benchmark/benchmark.h>
 
+#include "bench/bench_common.h"
+
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -29,6 +31,8 @@
 #include "ondrix/SignalAnalysis/SignalAnalysis.h"
 
 namespace {
+
+using namespace ondrix::bench;
 
 using namespace ondrix;
 
@@ -109,68 +113,14 @@ void BM_RawFftwR2C(benchmark::State& state) {
 BENCHMARK(BM_Analyzer)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_RawFftwR2C)->Unit(benchmark::kMillisecond);
 
-// Console output as usual, and the median CPU time (seconds) of each benchmark kept.
-class TimeKeeper : public benchmark::ConsoleReporter {
-public:
-  std::map<std::string, double> seconds;
 
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) {
-      if (r.error_occurred) continue;
-      const bool median = r.run_type == Run::RT_Aggregate && r.aggregate_name == "median";
-      const bool single = r.run_type == Run::RT_Iteration && r.repetitions <= 1;
-      if (median || single)
-        seconds[r.run_name.function_name] = r.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(r.time_unit);
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-};
 
-void WriteF64(const std::filesystem::path& p, const TVec& v) {
-  std::ofstream f(p, std::ios::binary);
-  f.write(reinterpret_cast<const char*>(v.PValues()), static_cast<std::streamsize>(sizeof(double) * v.RealLength()));
-}
-
-// Runs the SciPy peer on the inputs in dir; returns its "name value" lines.
-std::map<std::string, std::string> RunPeer(const std::filesystem::path& dir) {
-  const std::filesystem::path script = std::filesystem::path(__FILE__).parent_path() / "analyzer_peer.py";
-  const std::string cmd = "/usr/bin/python3 '" + script.string() + "' '" + dir.string() + "' " + std::to_string(kN) +
-                          " " + std::to_string(kFs);
-  std::map<std::string, std::string> out;
-  std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(cmd.c_str(), "r"), pclose);
-  if (!pipe) return out;
-  char line[512];
-  while (std::fgets(line, sizeof line, pipe.get())) {
-    std::istringstream s(line);
-    std::string a, b, c;
-    s >> a >> b;
-    if (a == "check" && (s >> c))
-      out["check " + b] = c;
-    else if (!b.empty())
-      out[a] = b;
-  }
-  return out;
-}
-
-double Get(const std::map<std::string, std::string>& m, const std::string& k) {
-  const auto it = m.find(k);
-  return it == m.end() ? 0.0 : std::stod(it->second);
-}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<char*> args(argv, argv + argc);
-  char reps[] = "--benchmark_repetitions=5";
-  char interleave[] = "--benchmark_enable_random_interleaving=true";
-  char aggregates[] = "--benchmark_report_aggregates_only=true";
-  args.insert(args.begin() + 1, {reps, interleave, aggregates});
-  int count = static_cast<int>(args.size());
-  benchmark::Initialize(&count, args.data());
-  if (benchmark::ReportUnrecognizedArguments(count, args.data())) return 1;
   TimeKeeper keeper;
-  benchmark::RunSpecifiedBenchmarks(&keeper);
-  benchmark::Shutdown();
+  if (!RunBenchmarks(argc, argv, keeper)) return 1;
 
   // The peer's input, and our averaged power spectrum for its cross-check.
   const std::filesystem::path dir =
@@ -184,7 +134,8 @@ int main(int argc, char** argv) {
     WriteF64(dir / "power.f64", an->Amplt());
   }
   std::printf("\nRunning the SciPy peer (bench/analyzer_peer.py) on the same data...\n");
-  const auto peer = RunPeer(dir);
+  const auto peer = RunPeer("analyzer_peer.py", "'" + dir.string() + "' " + std::to_string(kN) +
+                          " " + std::to_string(kFs));
   std::filesystem::remove_all(dir);
   if (peer.empty()) {
     std::printf("The peer did not run (is /usr/bin/python3 with SciPy installed?).\n");
@@ -195,7 +146,7 @@ int main(int argc, char** argv) {
     const auto it = keeper.seconds.find(k);
     return it == keeper.seconds.end() ? 0.0 : it->second;
   };
-  const double analyzer = ours("BM_Analyzer"), raw = ours("BM_RawFftwR2C"), welch = Get(peer, "welch");
+  const double analyzer = ours("BM_Analyzer"), raw = ours("BM_RawFftwR2C"), welch = PeerValue(peer, "welch");
   const auto msps = [](double s) { return s > 0 ? kSamples / s * 1e-6 : 0.0; };
   std::printf("\n2^24 samples in %d frames of %d (median CPU time):\n", kFrames, kN);
   std::printf("  %-42s %8.1f ms %9.1f MS/s\n", "analyzer (Hann, amplitude, linear average)", analyzer * 1e3,

@@ -11,11 +11,15 @@
 #include <vector>
 
 #include <benchmark/benchmark.h>
+
+#include "bench/bench_common.h"
 #include <fftw3.h>
 
 #include "ondrix/vec/TVec.h"
 
 namespace {
+
+using namespace ondrix::bench;
 
 using ondrix::TVec;
 
@@ -132,22 +136,6 @@ BENCHMARK(BM_Complex_Raw);
 BENCHMARK(BM_ComplexInPlace_TVec);
 BENCHMARK(BM_ComplexInPlace_Raw);
 
-// Console output as usual, and the median (or single-run) CPU time of each benchmark kept:
-// CPU time leaves out the time the process waits for a core.
-class TimeKeeper : public benchmark::ConsoleReporter {
-public:
-  std::map<std::string, double> times;
-
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) {
-      if (r.error_occurred) continue;
-      const bool median = r.run_type == Run::RT_Aggregate && r.aggregate_name == "median";
-      const bool single = r.run_type == Run::RT_Iteration && r.repetitions <= 1;
-      if (median || single) times[r.run_name.function_name] = r.GetAdjustedCPUTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-};
 
 void PrintRatio(const TimeKeeper& k, const char* what, const std::string& ours,
                 const std::string& raw) {
@@ -159,19 +147,8 @@ void PrintRatio(const TimeKeeper& k, const char* what, const std::string& ours,
 }  // namespace
 
 int main(int argc, char** argv) {
-  // Defaults for a shared machine, overridable on the command line: repetitions run
-  // interleaved in random order, so that a change of load hits TVec and raw alike.
-  std::vector<char*> args(argv, argv + argc);
-  char reps[] = "--benchmark_repetitions=5";
-  char interleave[] = "--benchmark_enable_random_interleaving=true";
-  char aggregates[] = "--benchmark_report_aggregates_only=true";
-  args.insert(args.begin() + 1, {reps, interleave, aggregates});
-  int count = static_cast<int>(args.size());
-  benchmark::Initialize(&count, args.data());
-  if (benchmark::ReportUnrecognizedArguments(count, args.data())) return 1;
   TimeKeeper keeper;
-  benchmark::RunSpecifiedBenchmarks(&keeper);
-  benchmark::Shutdown();
+  if (!RunBenchmarks(argc, argv, keeper)) return 1;
   std::printf("\nTVec / raw FFTW CPU time, median, %d points (target < 1.10):\n", kN);
   PrintRatio(keeper, "real, half spectrum (FFTFromReal vs r2c)", "BM_RealHalf_TVec",
              "BM_RealHalf_Raw");

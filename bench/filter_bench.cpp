@@ -9,6 +9,8 @@
 // At the end the throughputs and the speed ratios are printed with their targets.
 #include <benchmark/benchmark.h>
 
+#include "bench/bench_common.h"
+
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -26,6 +28,8 @@
 #include "ondrix/sigcore/remez.h"
 
 namespace {
+
+using namespace ondrix::bench;
 
 using namespace ondrix;
 
@@ -109,65 +113,14 @@ BENCHMARK(BM_Sos8)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_EllipDesign)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Remez255)->Unit(benchmark::kMillisecond);
 
-// Console output as usual, and the median CPU time (seconds) of each benchmark kept.
-class TimeKeeper : public benchmark::ConsoleReporter {
-public:
-  std::map<std::string, double> seconds;
 
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) {
-      if (r.error_occurred) continue;
-      const bool median = r.run_type == Run::RT_Aggregate && r.aggregate_name == "median";
-      const bool single = r.run_type == Run::RT_Iteration && r.repetitions <= 1;
-      if (median || single)
-        seconds[r.run_name.function_name] = r.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(r.time_unit);
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-};
 
-void WriteF64(const std::filesystem::path& p, const TVec& v) {
-  std::ofstream f(p, std::ios::binary);
-  f.write(reinterpret_cast<const char*>(v.PValues()), static_cast<std::streamsize>(sizeof(double) * v.RealLength()));
-}
-
-// Runs the SciPy peer on the inputs in dir; returns its "name value" lines.
-std::map<std::string, std::string> RunPeer(const std::filesystem::path& dir) {
-  const std::filesystem::path script = std::filesystem::path(__FILE__).parent_path() / "filter_peer.py";
-  const std::string cmd = "/usr/bin/python3 '" + script.string() + "' '" + dir.string() + "'";
-  std::map<std::string, std::string> out;
-  std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(cmd.c_str(), "r"), pclose);
-  if (!pipe) return out;
-  char line[512];
-  while (std::fgets(line, sizeof line, pipe.get())) {
-    std::istringstream s(line);
-    std::string a, b, c;
-    s >> a >> b;
-    if (a == "check" && (s >> c)) out["check " + b] = c;
-    else if (!b.empty()) out[a] = b;
-  }
-  return out;
-}
-
-double Get(const std::map<std::string, std::string>& m, const std::string& k) {
-  const auto it = m.find(k);
-  return it == m.end() ? 0.0 : std::stod(it->second);
-}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<char*> args(argv, argv + argc);
-  char reps[] = "--benchmark_repetitions=5";
-  char interleave[] = "--benchmark_enable_random_interleaving=true";
-  char aggregates[] = "--benchmark_report_aggregates_only=true";
-  args.insert(args.begin() + 1, {reps, interleave, aggregates});
-  int count = static_cast<int>(args.size());
-  benchmark::Initialize(&count, args.data());
-  if (benchmark::ReportUnrecognizedArguments(count, args.data())) return 1;
   TimeKeeper keeper;
-  benchmark::RunSpecifiedBenchmarks(&keeper);
-  benchmark::Shutdown();
+  if (!RunBenchmarks(argc, argv, keeper)) return 1;
 
   // The peer's inputs and our outputs for its cross-check.
   const Data& d = Inputs();
@@ -189,7 +142,7 @@ int main(int argc, char** argv) {
     WriteF64(dir / "y_sos.f64", y);
   }
   std::printf("\nRunning the SciPy peer (bench/filter_peer.py) on the same data...\n");
-  const auto peer = RunPeer(dir);
+  const auto peer = RunPeer("filter_peer.py", "'" + dir.string() + "'");
   std::filesystem::remove_all(dir);
   if (peer.empty()) {
     std::printf("The peer did not run (is /usr/bin/python3 with SciPy installed?).\n");
@@ -208,12 +161,12 @@ int main(int argc, char** argv) {
     else
       std::printf("%-44s %9.2f us %9.2f us %8.2fx %8s\n", what, us * 1e6, them * 1e6, them / us, target);
   };
-  row("FIR 101 taps, 2^23 samples vs oaconvolve", ours("BM_Fir101"), Get(peer, "oaconvolve"), ">= 2", true);
-  row("FIR 101 taps, 2^23 samples vs lfilter", ours("BM_Fir101"), Get(peer, "lfilter"), "-", true);
-  row("FIR 101 taps, blocks of 4096 vs oaconvolve", ours("BM_Fir101_Blocks4096"), Get(peer, "oaconvolve"), "-", true);
-  row("SOS Butterworth order 8 vs sosfilt", ours("BM_Sos8"), Get(peer, "sosfilt"), ">= 1.5", true);
-  row("elliptic order 8 design vs ellip(sos)", ours("BM_EllipDesign"), Get(peer, "ellip"), ">= 10", false);
-  row("remez 255 taps vs scipy remez", ours("BM_Remez255"), Get(peer, "remez"), "-", false);
+  row("FIR 101 taps, 2^23 samples vs oaconvolve", ours("BM_Fir101"), PeerValue(peer, "oaconvolve"), ">= 2", true);
+  row("FIR 101 taps, 2^23 samples vs lfilter", ours("BM_Fir101"), PeerValue(peer, "lfilter"), "-", true);
+  row("FIR 101 taps, blocks of 4096 vs oaconvolve", ours("BM_Fir101_Blocks4096"), PeerValue(peer, "oaconvolve"), "-", true);
+  row("SOS Butterworth order 8 vs sosfilt", ours("BM_Sos8"), PeerValue(peer, "sosfilt"), ">= 1.5", true);
+  row("elliptic order 8 design vs ellip(sos)", ours("BM_EllipDesign"), PeerValue(peer, "ellip"), ">= 10", false);
+  row("remez 255 taps vs scipy remez", ours("BM_Remez255"), PeerValue(peer, "remez"), "-", false);
   std::printf("Cross-check of our outputs: FIR vs lfilter %s, SOS vs sosfilt %s (max relative difference)\n",
               peer.count("check fir") ? peer.at("check fir").c_str() : "?",
               peer.count("check sos") ? peer.at("check sos").c_str() : "?");

@@ -13,9 +13,13 @@
 
 #include <benchmark/benchmark.h>
 
+#include "bench/bench_common.h"
+
 #include "ondrix/SignalProcessing/SignalProcessing.h"
 
 namespace {
+
+using namespace ondrix::bench;
 
 using namespace ondrix;
 
@@ -73,50 +77,19 @@ BENCHMARK(BM_Generator_SinePlusNoise);
 BENCHMARK(BM_Generator_SineOnly);
 BENCHMARK(BM_Generator_NoiseOnly);
 
-class TimeKeeper : public benchmark::ConsoleReporter {
-public:
-  std::map<std::string, double> times;  // median (or single-run) CPU ns per iteration
-
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) {
-      if (r.error_occurred) continue;
-      const bool median = r.run_type == Run::RT_Aggregate && r.aggregate_name == "median";
-      const bool single = r.run_type == Run::RT_Iteration && r.repetitions <= 1;
-      if (median || single) times[r.run_name.function_name] = r.GetAdjustedCPUTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-};
 
 /// Runs the NumPy peer; its median CPU times per block in ns (default and legacy generator), or
-/// negative values.
+/// zeros when it could not run.
 std::pair<double, double> NumpyNsPerBlock() {
-  const std::string script = (std::filesystem::path(__FILE__).parent_path() / "generator_peer.py").string();
-  const std::string cmd = "/usr/bin/python3 '" + script + "' 2000 5";
-  std::unique_ptr<FILE, int (*)(FILE*)> p(popen(cmd.c_str(), "r"), pclose);
-  double ns = -1, legacy = -1;
-  if (!p) return {ns, legacy};
-  char line[256];
-  while (std::fgets(line, sizeof line, p.get())) {
-    std::sscanf(line, "numpy_ns_per_block %lf", &ns);
-    std::sscanf(line, "numpy_legacy_ns_per_block %lf", &legacy);
-  }
-  return {ns, legacy};
+  const auto peer = RunPeer("generator_peer.py", "2000 5");
+  return {PeerValue(peer, "numpy_ns_per_block"), PeerValue(peer, "numpy_legacy_ns_per_block")};
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<char*> args(argv, argv + argc);
-  char reps[] = "--benchmark_repetitions=5";
-  char aggregates[] = "--benchmark_report_aggregates_only=true";
-  args.insert(args.begin() + 1, {reps, aggregates});
-  int count = static_cast<int>(args.size());
-  benchmark::Initialize(&count, args.data());
-  if (benchmark::ReportUnrecognizedArguments(count, args.data())) return 1;
   TimeKeeper keeper;
-  benchmark::RunSpecifiedBenchmarks(&keeper);
-  benchmark::Shutdown();
+  if (!RunBenchmarks(argc, argv, keeper, /*interleave=*/false)) return 1;
 
   const auto ours = keeper.times.find("BM_Generator_SinePlusNoise");
   if (ours == keeper.times.end()) return 0;
