@@ -1,37 +1,10 @@
 // Updates after the first frame allocate nothing: work vectors, window and FFT plans are
-// kept. The C library's heap entry points are interposed in this test binary to count calls
-// (operator new and the vectors' aligned storage end up there); under the address sanitizer,
-// which owns them, the test is skipped.
+// kept. Skipped under the address sanitizer (see allocation_counter.h).
 #include <gtest/gtest.h>
-
-#include <atomic>
-#include <cstddef>
 
 #include "analyzer_helpers.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define ONDRIX_COUNT_ALLOCATIONS 0
-#else
-#define ONDRIX_COUNT_ALLOCATIONS 1
-namespace {
-std::atomic<long> gAllocations{0};
-std::atomic<bool> gCounting{false};
-void Count() {
-  if (gCounting.load(std::memory_order_relaxed)) ++gAllocations;
-}
-}  // namespace
-
-extern "C" {
-void* __libc_malloc(std::size_t);
-void* __libc_calloc(std::size_t, std::size_t);
-void* __libc_realloc(void*, std::size_t);
-void* __libc_memalign(std::size_t, std::size_t);
-void* malloc(std::size_t n) { return Count(), __libc_malloc(n); }
-void* calloc(std::size_t n, std::size_t m) { return Count(), __libc_calloc(n, m); }
-void* realloc(void* p, std::size_t n) { return Count(), __libc_realloc(p, n); }
-void* aligned_alloc(std::size_t a, std::size_t n) { return Count(), __libc_memalign(a, n); }
-}
-#endif
+#include "../common/allocation_counter.h"
 
 using namespace ondrix;
 using namespace ondrix::testing;
@@ -45,13 +18,9 @@ long AllocationsOfUpdates(TRig& rig, int frames) {
   for (int k = 0; k < frames + 2; ++k) data.push_back(Sum(Sine(4096, 48000.0, 1000.0 + k, 1.0), Noise(4096, k, 0.01)));
   rig.Feed(data[0]);
   rig.Feed(data[1]);
-  gCounting = true;
-  int* volatile probe = new int(1);  // the counter must see this one
-  delete probe;
-  const long seen = gAllocations.exchange(0);
+  AllocationCounter counter;
   for (int k = 0; k < frames; ++k) rig.Feed(data[k + 2]);
-  gCounting = false;
-  return seen == 1 ? gAllocations.exchange(0) : -1;
+  return counter.Valid() ? counter.Count() : -1;
 }
 
 }  // namespace
