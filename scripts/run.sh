@@ -4,7 +4,13 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
-cmake --preset release >/dev/null
-cmake --build --preset release --target ondrix
+log=build/run-build.log
+mkdir -p build
+# The build speaks only when it fails, so that the tool's output stands alone.
+if ! { cmake --preset release && cmake --build --preset release --target ondrix; } >"$log" 2>&1; then
+  cat "$log" >&2
+  echo "run.sh: the build failed (log: $log)" >&2
+  exit 1
+fi
 if [ $# -eq 0 ]; then set -- demo; fi
 exec build/release/apps/ondrix/ondrix "$@"

@@ -217,7 +217,7 @@ int main(int argc, char** argv) {
   CLI::App app{"ondrix: signal-processing components on the command line"};
   app.require_subcommand(1);
 
-  auto* demo = app.add_subcommand("demo", "Transform a generated tone and print its peak");
+  auto* demo = app.add_subcommand("demo", "Every step in turn: a tone's FFT, the generator, the filter, the analyzer");
   int length = 4096;
   double fs = 48000.0, freq = 1500.0, amplitude = 1.0;
   demo->add_option("-n,--length", length, "Number of samples")->check(CLI::PositiveNumber);
