@@ -9,10 +9,14 @@
 
 #include <gtest/gtest.h>
 
+#include "../common/vec_compare.h"
 #include "ondrix/vec/correlation.h"
 
 namespace ondrix {
 namespace {
+
+using ondrix::testing::At;
+using ondrix::testing::Near;
 
 static_assert(std::endian::native == std::endian::little, "reference files are little-endian");
 
@@ -58,24 +62,6 @@ const CorrRef& Medium() {
   return r;
 }
 
-TCplx At(const TVec& v, int i) { return v.Complex() ? v.CValues(i) : TCplx(v.Values(i), 0.0); }
-
-::testing::AssertionResult Near(const TVec& got, const TVec& ref, double rel = 1e-12) {
-  if (got.Length() != ref.Length() || got.Complex() != ref.Complex())
-    return ::testing::AssertionFailure()
-           << "shape " << got.Length() << (got.Complex() ? "c" : "r") << " expected "
-           << ref.Length() << (ref.Complex() ? "c" : "r");
-  double scale = 0.0, err = 0.0;
-  int worst = 0;
-  for (int i = 0; i < ref.Length(); ++i) {
-    scale = std::max(scale, std::abs(At(ref, i)));
-    const double e = std::abs(At(got, i) - At(ref, i));
-    if (e > err) err = e, worst = i;
-  }
-  if (err <= rel * scale) return ::testing::AssertionSuccess();
-  return ::testing::AssertionFailure()
-         << "max error " << err << " at " << worst << " exceeds " << rel << " x " << scale;
-}
 
 // Lags −lo .. hi − 1 out of a numpy "full" correlation whose first factor had nx values
 // (lag k at index nx − 1 + k); lags outside it are 0.

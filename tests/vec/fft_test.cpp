@@ -11,11 +11,15 @@
 
 #include <gtest/gtest.h>
 
+#include "../common/vec_compare.h"
 #include "ondrix/vec/TVec.h"
 #include "ondrix/vec/fft_plan.h"
 
 namespace ondrix {
 namespace {
+
+using ondrix::testing::At;
+using ondrix::testing::Near;
 
 static_assert(std::endian::native == std::endian::little, "reference files are little-endian");
 
@@ -47,25 +51,6 @@ FftRef LoadFftRef(int n) {
   return ref;
 }
 
-TCplx At(const TVec& v, int i) { return v.Complex() ? v.CValues(i) : TCplx(v.Values(i), 0.0); }
-
-// got equals ref within rel times the largest magnitude of ref.
-::testing::AssertionResult Near(const TVec& got, const TVec& ref, double rel = 1e-12) {
-  if (got.Length() != ref.Length() || got.Complex() != ref.Complex())
-    return ::testing::AssertionFailure()
-           << "shape " << got.Length() << (got.Complex() ? "c" : "r") << " expected "
-           << ref.Length() << (ref.Complex() ? "c" : "r");
-  double scale = 0.0, err = 0.0;
-  int worst = 0;
-  for (int i = 0; i < ref.Length(); ++i) {
-    scale = std::max(scale, std::abs(At(ref, i)));
-    const double e = std::abs(At(got, i) - At(ref, i));
-    if (e > err) err = e, worst = i;
-  }
-  if (err <= rel * scale) return ::testing::AssertionSuccess();
-  return ::testing::AssertionFailure()
-         << "max error " << err << " at " << worst << " exceeds " << rel << " x " << scale;
-}
 
 // numpy.fft.fft(x) for real x, from the rfft reference and conjugate symmetry.
 TVec FullFromHalf(const TVec& half, int n) {
