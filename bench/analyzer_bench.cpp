@@ -113,9 +113,6 @@ void BM_RawFftwR2C(benchmark::State& state) {
 BENCHMARK(BM_Analyzer)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_RawFftwR2C)->Unit(benchmark::kMillisecond);
 
-
-
-
 }  // namespace
 
 int main(int argc, char** argv) {

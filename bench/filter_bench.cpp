@@ -113,9 +113,6 @@ BENCHMARK(BM_Sos8)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_EllipDesign)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Remez255)->Unit(benchmark::kMillisecond);
 
-
-
-
 }  // namespace
 
 int main(int argc, char** argv) {

@@ -102,11 +102,7 @@ TVec::RandomState& TVec::Random() {
 
 TVec& TVec::RandGauss(std::uint32_t seed, double mean, double stdDev) {
   RandomState& r = Random();
-  r.engine.Seed(seed);
-  r.lastKind = RandomState::Gauss;
-  r.lastSeed = seed;
-  r.p1 = mean;
-  r.p2 = stdDev;
+  r.Remember(RandomState::Gauss, seed, mean, stdDev);
   FillGauss(r.engine, data_, RealLength(), mean, stdDev);
   return *this;
 }
@@ -124,11 +120,7 @@ TVec& TVec::RandGauss() {
 
 TVec& TVec::RandUniform(std::uint32_t seed, double low, double high) {
   RandomState& r = Random();
-  r.engine.Seed(seed);
-  r.lastKind = RandomState::Uniform;
-  r.lastSeed = seed;
-  r.p1 = low;
-  r.p2 = high;
+  r.Remember(RandomState::Uniform, seed, low, high);
   FillUniform(r.engine, data_, RealLength(), low, high);
   return *this;
 }

@@ -34,6 +34,14 @@ private:
 struct TVec::RandomState {
   enum Kind { None, Gauss, Uniform };
   RandomState();
+  /// Reseeds the engine and remembers the call, for the argument-less forms to repeat.
+  void Remember(Kind kind, std::uint32_t seed, double a, double b) {
+    engine.Seed(seed);
+    lastKind = kind;
+    lastSeed = seed;
+    p1 = a;
+    p2 = b;
+  }
   TXoshiro256 engine;
   Kind lastKind = None;
   std::uint32_t lastSeed = 0;
