@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "apps/ondrix/file_commands.h"
 #include "apps/ondrix/filter_demo.h"
 #include "ondrix/SignalAnalysis/SignalAnalysis.h"
 #include "ondrix/SignalProcessing/SignalProcessing.h"
@@ -208,7 +209,8 @@ int RunDemo(int length, double fs, double freq, double amplitude) {
 
   std::printf("\nspectrum analysis of a tone with harmonics plus noise (averaging, harmonic search, "
               "octave bands):\n");
-  return RunAnalyze(AnalyzeOptions{});
+  if (int rc = RunAnalyze(AnalyzeOptions{}); rc != 0) return rc;
+  return app::RunFileDemo("");
 }
 
 }  // namespace
@@ -272,12 +274,35 @@ int main(int argc, char** argv) {
   analyze->add_option("--bands", ana.bands, "Band levels: octave, third or none")->capture_default_str();
   analyze->add_flag("--db", ana.logarithmic, "Spectrum and peaks in dB (re 1)");
 
+  auto* info = app.add_subcommand("info", "Describe a signal file: format, records, rate, channels, precision");
+  std::string infoFile;
+  bool infoJson = false;
+  info->add_option("file", infoFile, "A .dat, .bin, .dbn, .sgl, .sfs, .asc or .wav file")->required();
+  info->add_flag("--json", infoJson, "One JSON object instead of a table");
+
+  auto* convert = app.add_subcommand(
+      "convert", "Convert a signal file to another format, frame by frame (the format follows the extension)");
+  app::ConvertOptions conv;
+  convert->add_option("in", conv.in, "Input file")->required();
+  convert->add_option("out", conv.out, "Output file (.dat, .bin, .dbn, .sgl, .sfs, .asc or .wav)")->required();
+  convert->add_option("-p,--precision", conv.precision,
+                      "Stored precision: double, single, int32, uint32, int16, uint16, int8, uint8, mulaw, alaw, "
+                      "int24 (default: the input's, or single for a wave file that cannot hold it)");
+  convert->add_option("-r,--record", conv.record, "Only this record (default: all the output format can hold)")
+      ->check(CLI::NonNegativeNumber);
+  convert->add_option("--scale", conv.scale, "Factor applied to every value (values are not scaled otherwise)")
+      ->capture_default_str();
+  convert->add_flag("-q,--quiet", conv.quiet, "No progress on stderr");
+  convert->footer("Example: ondrix convert recording.wav recording.dat --precision double");
+
   CLI11_PARSE(app, argc, argv);
   try {
     if (*demo) return RunDemo(length, fs, freq, amplitude);
     if (*generate) return RunGenerate(gen);
     if (*filter) return app::RunFilterDemo(flt);
     if (*analyze) return RunAnalyze(ana);
+    if (*info) return app::RunInfo(infoFile, infoJson);
+    if (*convert) return app::RunConvert(conv);
   } catch (const std::exception& e) {
     std::fprintf(stderr, "ondrix: %s\n", e.what());
     return 1;

@@ -136,7 +136,6 @@ int SizeOfPrecision(TPrecision precision, bool complex) {
 
 namespace {
 
-// Converts n doubles to n values at the precision (dst holds n * size bytes).
 void Encode(const double* src, std::size_t n, std::uint8_t* dst, TPrecision precision,
             TRounding rounding) {
   switch (precision) {
@@ -198,7 +197,6 @@ std::int64_t SignExtend(std::uint64_t v, int bits) noexcept {
   return static_cast<std::int64_t>((v ^ m) - m);
 }
 
-// Converts n values at the precision to n doubles.
 void Decode(const std::uint8_t* src, std::size_t n, double* dst, TPrecision precision) {
   switch (precision) {
     case prDouble:
@@ -247,6 +245,17 @@ void Decode(const std::uint8_t* src, std::size_t n, double* dst, TPrecision prec
 constexpr std::size_t kChunk = 1024;
 
 }  // namespace
+
+void EncodeValues(const double* src, std::size_t n, std::uint8_t* dst, TPrecision precision,
+                  TRounding rounding) {
+  SizeOfPrecision(precision);
+  Encode(src, n, dst, precision, rounding);
+}
+
+void DecodeValues(const std::uint8_t* src, std::size_t n, double* dst, TPrecision precision) {
+  SizeOfPrecision(precision);
+  Decode(src, n, dst, precision);
+}
 
 void WriteValues(const TVec& src, std::uint8_t* dst, TPrecision precision, TRounding rounding) {
   SizeOfPrecision(precision);  // validates before anything is written

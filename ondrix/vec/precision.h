@@ -2,6 +2,7 @@
 // from them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 
@@ -52,6 +53,13 @@ void WriteValues(const TVec& src, std::uint8_t* dst, TPrecision precision,
 /// count elements. Integer codes read as their integer value, unscaled (prSmallInt gives
 /// -32768 .. 32767, prByte 0 .. 255); mu-law and A-law decode to the 16-bit linear range.
 void ReadValues(TVec& dst, const std::uint8_t* src, int count, TPrecision precision, bool complex);
+
+/// Converts n doubles to n stored values (dst holds n * SizeOfPrecision(precision) bytes),
+/// rounding and saturating as WriteValues does; a complex vector is 2n reals.
+void EncodeValues(const double* src, std::size_t n, std::uint8_t* dst, TPrecision precision,
+                  TRounding rounding = rnRound);
+/// Converts n stored values to n doubles, as ReadValues does, without resizing anything.
+void DecodeValues(const std::uint8_t* src, std::size_t n, double* dst, TPrecision precision);
 
 /// WriteValues to a stream, in fixed-size chunks (no allocation). Raises EVecError when the
 /// stream fails.
