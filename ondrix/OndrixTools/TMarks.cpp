@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "ondrix/framework/TStream.h"
-#include "ondrix/vec/exceptions.h"
 
 namespace ondrix {
 
@@ -116,12 +115,13 @@ void TMarkList::LoadFromStream(TStream& Stream) {
   Clear();
   TMarkRecordDouble header;
   ReadArrayOfRecords(Stream, &header, 1);
-  double n = std::nearbyint(header.Time);  // ties to even in the default rounding mode
-  if (!(n > 0)) return;
-  // A count no stream could hold is a corrupt header, not a request for zero records.
-  if (n > 67108864.0) ERaise("Mark count out of range: " + std::to_string(n));
+  constexpr const char* kWhat = "TMarkList: mark count";
+  constexpr std::int64_t kSize = sizeof(TMarkRecordDouble);
+  // A cut last record reads as zeros, so it may lack up to kSize − 1 bytes; no more.
+  const int n = CheckCount(Stream, RoundToInt32(header.Time, 0, INT32_MAX, kWhat), kSize, kWhat, kSize - 1);
+  if (n == 0) return;
   std::vector<TMarkRecordDouble> records(static_cast<std::size_t>(n));
-  ReadArrayOfRecords(Stream, records.data(), static_cast<int>(n));
+  ReadArrayOfRecords(Stream, records.data(), n);
   for (const TMarkRecordDouble& d : records) {
     TMarkRecord r;
     r.Assign(d);

@@ -69,7 +69,9 @@ public:
   /// Writes the header and every mark with one Write.
   void SaveToStream(TStream& Stream) const;
   /// Clear, then reads a list written by SaveToStream. A short read is not detected:
-  /// records that were not filled read as zeros.
+  /// records that were not filled read as zeros. A count that is not a number, is negative
+  /// or announces more than the stream holds (beyond a cut last record) raises EReadError
+  /// "TMarkList: mark count out of range".
   void LoadFromStream(TStream& Stream);
 
 private:

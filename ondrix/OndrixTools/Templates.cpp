@@ -53,20 +53,28 @@ void TStringStreamList::SaveToStream(TStream& Stream) const {
 }
 
 void TStringStreamList::LoadFromStream(TStream& Stream) {
+  // The length fields are read without a size check (a missing one reads as 0), but what they
+  // announce must be in the stream before anything is allocated for it.
+  auto readBlock = [&Stream](const char* What) {
+    std::int32_t n = 0;
+    Stream.Read(&n, 4);
+    std::string bytes(static_cast<std::size_t>(CheckCount(Stream, n, 1, What)), '\0');
+    Stream.ReadBuffer(bytes.data(), n);
+    return bytes;
+  };
+  // Everything is read before the list changes, so a bad stream leaves it as it was.
+  const std::string text = readBlock("TStringStreamList: names length");
+  TStringList names;
+  names.SetText(text);
+  std::vector<std::string> data;
+  for (int i = 0; i < names.Count(); ++i) data.push_back(readBlock("TStringStreamList: entry size"));
   BeginUpdate();
   try {
-    std::int32_t len = 0;
-    Stream.Read(&len, 4);  // the length fields are read without a size check
-    std::string text(static_cast<std::size_t>(std::max<std::int32_t>(len, 0)), '\0');
-    if (len > 0) Stream.ReadBuffer(text.data(), len);
     SetText(text);
     for (int i = 0; i < Count(); ++i) {
-      std::int32_t n = 0;
-      Stream.Read(&n, 4);
-      TMemoryStream* s = Streams(i);
-      s->SetSize(std::max<std::int32_t>(n, 0));
-      s->SetPosition(0);
-      if (n > 0) Stream.ReadBuffer(s->Memory(), n);
+      const std::string& d = data[static_cast<std::size_t>(i)];
+      Streams(i)->WriteBuffer(d.data(), static_cast<std::int64_t>(d.size()));
+      Streams(i)->SetPosition(0);
     }
   } catch (...) {
     EndUpdate();

@@ -30,6 +30,9 @@ public:
   void Assign(const TPersistent& Source) override;
 
   void SaveToStream(TStream& Stream) const;
+  /// Replaces names and streams. A length that announces more bytes than the stream holds
+  /// raises EReadError "TStringStreamList: names length out of range" (or "entry size")
+  /// and leaves the list as it was.
   void LoadFromStream(TStream& Stream);
   void SaveBinaryStream(TStream& Stream) const { SaveToStream(Stream); }
   void LoadBinaryStream(TStream& Stream) { LoadFromStream(Stream); }

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "ondrix/framework/ClassBuilder.h"
-#include "ondrix/vec/exceptions.h"
 
 namespace ondrix {
 
@@ -118,10 +117,9 @@ void TBandFilterList::LoadFromStream(TStream& Stream) {
   Clear();
   TBandFilterRecordDouble header;
   Stream.ReadBuffer(&header, sizeof header);
-  double n = std::nearbyint(header.FreqStart);
-  if (!(n > 0)) return;
-  if (n * sizeof(TBandFilterRecordDouble) > static_cast<double>(Stream.Size() - Stream.Position()))
-    ERaise("Band list stream too short for " + std::to_string(static_cast<long long>(n)) + " bands");
+  constexpr const char* kWhat = "TBandFilterList: band count";
+  const int n = CheckCount(Stream, RoundToInt32(header.FreqStart, 0, INT32_MAX, kWhat),
+                           sizeof(TBandFilterRecordDouble), kWhat);
   std::vector<TBandFilterRecordDouble> bands(static_cast<std::size_t>(n));
   Stream.ReadBuffer(bands.data(), static_cast<std::int64_t>(bands.size() * sizeof(TBandFilterRecordDouble)));
   for (const auto& d : bands) {

@@ -86,6 +86,9 @@ public:
   TObject* Owner() const noexcept { return owner_; }
 
   void SaveToStream(TStream& Stream) const override;
+  /// Clear, then reads bands written by SaveToStream. A count that is not a number, is
+  /// negative or exceeds the bands the stream holds raises EReadError
+  /// "TBandFilterList: band count out of range".
   void LoadFromStream(TStream& Stream) override;
 
 private:

@@ -132,12 +132,7 @@ void TFuncSignalList::LoadFromStream(TStream& Stream) {
   Clear();
   TFuncSignalRecordDouble header;
   Stream.ReadBuffer(&header, sizeof header);
-  const std::int64_t count = header.Counter;
-  if (count <= 0) return;
-  // A count larger than what the stream holds is a short read; raise before allocating.
-  if (count * static_cast<std::int64_t>(sizeof header) > Stream.Size() - Stream.Position()) {
-    throw EReadError("Stream read error");
-  }
+  const std::int64_t count = CheckCount(Stream, header.Counter, sizeof header, "TFuncSignalList: line count");
   std::vector<TFuncSignalRecordDouble> images(static_cast<std::size_t>(count));
   Stream.ReadBuffer(images.data(), count * static_cast<std::int64_t>(sizeof header));
   TFuncSignalRecord line;

@@ -181,7 +181,8 @@ public:
   void Assign(const TFuncSignalList& Src);
 
   void SaveToStream(TStream& Stream) const override;
-  /// Clears the list and reads lines written by SaveToStream.
+  /// Clears the list and reads lines written by SaveToStream; a negative count or one the
+  /// stream cannot hold raises EReadError "TFuncSignalList: line count out of range".
   void LoadFromStream(TStream& Stream) override;
 
 private:

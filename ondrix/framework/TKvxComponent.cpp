@@ -32,8 +32,7 @@ void TKvxComponent::WriteSettings(TStream& Stream, bool Template) const {
 }
 
 void TKvxComponent::ReadSettings(TStream& Stream, bool Template) {
-  const std::int32_t n = ReadInt32LE(Stream);
-  if (n < 0) throw EReadError("Invalid settings stream: negative length");
+  const std::int32_t n = ReadCountLE(Stream, 1, "TKvxComponent: settings length");
   std::string text(static_cast<std::size_t>(n), '\0');
   Stream.ReadBuffer(text.data(), n);
   LoadSettingsFromJson(*this, text, !Template);

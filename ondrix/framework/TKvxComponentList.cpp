@@ -111,8 +111,8 @@ void TKvxComponentList::WriteItems(TStream& Stream) const {
 }
 
 void TKvxComponentList::ReadItems(TStream& Stream) {
-  const std::int32_t n = ReadInt32LE(Stream);
-  if (n < 0) throw EReadError("Invalid item count " + std::to_string(n));
+  // Each item's settings begin with their 4-byte length.
+  const std::int32_t n = ReadCountLE(Stream, 4, "TKvxComponentList: item count");
   SetCount(n);
   for (TKvxComponent* item : items_) item->LoadTemplateFromStream(Stream);
 }

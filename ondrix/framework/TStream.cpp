@@ -8,6 +8,7 @@
 #include <array>
 #include <bit>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 
 #include "ondrix/framework/ClassBuilder.h"
@@ -222,6 +223,27 @@ double ReadDoubleLE(TStream& Stream) {
   double v = 0;
   Stream.ReadBuffer(&v, sizeof v);
   return ToLittleEndian(v);
+}
+
+std::int32_t CheckCount(TStream& Stream, std::int64_t Count, std::int64_t ElementSize, const char* What,
+                        std::int64_t Slack) {
+  const std::int64_t left = std::max<std::int64_t>(Stream.Size() - Stream.Position(), 0);
+  // Divided, not multiplied: Count × ElementSize of a hostile count may overflow.
+  if (Count < 0 || Count > INT32_MAX || Count > (left + Slack) / std::max<std::int64_t>(ElementSize, 1)) {
+    throw EReadError(std::string(What) + " out of range");
+  }
+  return static_cast<std::int32_t>(Count);
+}
+
+std::int32_t ReadCountLE(TStream& Stream, std::int64_t ElementSize, const char* What) {
+  return CheckCount(Stream, ReadInt32LE(Stream), ElementSize, What);
+}
+
+std::int32_t RoundToInt32(double Value, std::int32_t Min, std::int32_t Max, const char* What) {
+  const double r = std::nearbyint(Value);
+  // Converting a double outside the integer's range is undefined: compare first (NaN fails too).
+  if (!(r >= Min && r <= Max)) throw EReadError(std::string(What) + " out of range");
+  return static_cast<std::int32_t>(r);
 }
 
 bool FileExists(const std::string& FileName) {

@@ -110,6 +110,20 @@ std::int32_t ReadInt32LE(TStream& Stream);
 void WriteDoubleLE(TStream& Stream, double Value);
 double ReadDoubleLE(TStream& Stream);
 
+/// Checks a count or length taken from Stream before anything is allocated or looped over by
+/// it: Count elements of ElementSize (> 0) bytes must lie within the bytes left after the
+/// position; Slack bytes may be missing at the end, for formats that read a cut last record
+/// as zeros. Returns Count; otherwise EReadError "<What> out of range", where What names the
+/// loader and the field ("TMarkList: mark count").
+std::int32_t CheckCount(TStream& Stream, std::int64_t Count, std::int64_t ElementSize, const char* What,
+                        std::int64_t Slack = 0);
+/// ReadInt32LE, then CheckCount.
+std::int32_t ReadCountLE(TStream& Stream, std::int64_t ElementSize, const char* What);
+/// Value rounded to the nearest integer (ties to even) when that lies in [Min, Max]; NaN,
+/// infinities and anything outside raise EReadError "<What> out of range" before any
+/// conversion.
+std::int32_t RoundToInt32(double Value, std::int32_t Min, std::int32_t Max, const char* What);
+
 /// True when a file of that name exists.
 bool FileExists(const std::string& FileName);
 
