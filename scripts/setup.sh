@@ -8,6 +8,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libfftw3-dev nlohmann-json3-dev libcli11-dev libboost-math-dev
   libavcodec-dev libavformat-dev libavutil-dev libasound2-dev
+  libsndfile1-dev
   python3 python3-numpy python3-scipy sox
 )
 

@@ -3,6 +3,8 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <cstring>
+#include <type_traits>
 #include <istream>
 #include <ostream>
 #include <string>
@@ -25,6 +27,24 @@ std::uint64_t GetLE(const std::uint8_t* p) noexcept {
   std::uint64_t v = 0;
   for (int i = 0; i < N; ++i) v |= std::uint64_t{p[i]} << (8 * i);
   return v;
+}
+
+// n values of type T stored little-endian, converted to double. On a little-endian host the
+// bytes are the value: a plain load, which the compiler vectorises.
+template <class T>
+void DecodeNative(const std::uint8_t* src, std::size_t n, double* dst) noexcept {
+  if constexpr (std::endian::native == std::endian::little) {
+    for (std::size_t i = 0; i < n; ++i) {
+      T v;
+      std::memcpy(&v, src + i * sizeof(T), sizeof(T));
+      dst[i] = static_cast<double>(v);
+    }
+  } else {
+    using U = std::conditional_t<sizeof(T) == 8, std::uint64_t, std::conditional_t<sizeof(T) == 4, std::uint32_t,
+                                                                                    std::uint16_t>>;
+    for (std::size_t i = 0; i < n; ++i)
+      dst[i] = static_cast<double>(std::bit_cast<T>(static_cast<U>(GetLE<sizeof(T)>(src + i * sizeof(T)))));
+  }
 }
 
 // --- Rounding and saturation -------------------------------------------------------------------
@@ -199,28 +219,12 @@ std::int64_t SignExtend(std::uint64_t v, int bits) noexcept {
 
 void Decode(const std::uint8_t* src, std::size_t n, double* dst, TPrecision precision) {
   switch (precision) {
-    case prDouble:
-      for (std::size_t i = 0; i < n; ++i, src += 8)
-        dst[i] = std::bit_cast<double>(GetLE<8>(src));
-      break;
-    case prSingle:
-      for (std::size_t i = 0; i < n; ++i, src += 4)
-        dst[i] = std::bit_cast<float>(static_cast<std::uint32_t>(GetLE<4>(src)));
-      break;
-    case prInteger:
-      for (std::size_t i = 0; i < n; ++i, src += 4)
-        dst[i] = static_cast<double>(SignExtend(GetLE<4>(src), 32));
-      break;
-    case prCardinal:
-      for (std::size_t i = 0; i < n; ++i, src += 4) dst[i] = static_cast<double>(GetLE<4>(src));
-      break;
-    case prSmallInt:
-      for (std::size_t i = 0; i < n; ++i, src += 2)
-        dst[i] = static_cast<double>(SignExtend(GetLE<2>(src), 16));
-      break;
-    case prWord:
-      for (std::size_t i = 0; i < n; ++i, src += 2) dst[i] = static_cast<double>(GetLE<2>(src));
-      break;
+    case prDouble: DecodeNative<double>(src, n, dst); break;
+    case prSingle: DecodeNative<float>(src, n, dst); break;
+    case prInteger: DecodeNative<std::int32_t>(src, n, dst); break;
+    case prCardinal: DecodeNative<std::uint32_t>(src, n, dst); break;
+    case prSmallInt: DecodeNative<std::int16_t>(src, n, dst); break;
+    case prWord: DecodeNative<std::uint16_t>(src, n, dst); break;
     case prShortInt:
       for (std::size_t i = 0; i < n; ++i) dst[i] = static_cast<double>(SignExtend(src[i], 8));
       break;
