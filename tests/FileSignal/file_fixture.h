@@ -75,6 +75,7 @@ protected:
     w.CloseFile();
   }
 
+public:
   /// Every value of the selected record, read frame by frame (frames of `frame` values).
   static TVec ReadAll(TSignalRead& r, int frame = 64) {
     r.SetLength(frame);
@@ -88,7 +89,6 @@ protected:
     return Vec(all, complex);
   }
 
-public:
   /// The whole content of a file.
   static std::vector<unsigned char> Bytes(const std::string& file) {
     std::ifstream f(file, std::ios::binary);
