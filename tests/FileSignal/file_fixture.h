@@ -12,24 +12,9 @@
 #include <vector>
 
 #include "ondrix/FileSignal/FileSignal.h"
+#include "tests/common/block_source.h"
 
 namespace ondrix::testing {
-
-/// A source that serves Blocks in turn, then pipeEnd.
-class TBlockSource : public TSignal {
-public:
-  explicit TBlockSource(int channels = 1, double fs = 1000.0) : TSignal(nullptr) {
-    SetChannelCount(channels);
-    SetSamplingFrequency(fs);
-  }
-  std::vector<TVec> Blocks;
-  std::size_t Next = 0;
-  TPipeState InternalUpdate() override {
-    if (Next >= Blocks.size()) return pipeEnd;
-    SetData(Blocks[Next++]);
-    return pipeOK;
-  }
-};
 
 /// A real (or complex) vector of the given values.
 inline TVec Vec(const std::vector<double>& values, bool complex = false) {
