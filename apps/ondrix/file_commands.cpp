@@ -60,16 +60,6 @@ bool WaveWritable(TPrecision p) {
   return p == prByte || p == prSmallInt || p == prInt24 || p == prInteger || p == prSingle;
 }
 
-/// Values per frame that a reader of this file should ask for: 4096 samples of every
-/// channel, or, for compressed wave data, what one block of the codec decodes to (so that no
-/// decoded sample is dropped between frames).
-int NaturalFrame(TSignalRead& r) {
-  if (r.FileFormat() != ffWav || r.Converter().SrcFormat().IsPlain()) return 4096 * r.ChannelCount();
-  r.SetForceLength(false);
-  r.Converter().SuggestSampleCount(-1);
-  return std::max(r.Converter().DstByteCount() / std::max(r.Converter().DstFormat().BitsPerSample() / 8, 1), 1);
-}
-
 std::string JsonString(const std::string& s) {
   std::string out = "\"";
   for (char c : s) {
@@ -86,6 +76,16 @@ std::string JsonString(const std::string& s) {
 }
 
 }  // namespace
+
+/// Values per frame that a reader of this file should ask for: 4096 samples of every
+/// channel, or, for compressed wave data, what one block of the codec decodes to (so that no
+/// decoded sample is dropped between frames).
+int NaturalFrame(TSignalRead& r) {
+  if (r.FileFormat() != ffWav || r.Converter().SrcFormat().IsPlain()) return 4096 * r.ChannelCount();
+  r.SetForceLength(false);
+  r.Converter().SuggestSampleCount(-1);
+  return std::max(r.Converter().DstByteCount() / std::max(r.Converter().DstFormat().BitsPerSample() / 8, 1), 1);
+}
 
 int RunInfo(const std::string& file, bool json) {
   TSignalRead r(nullptr);
@@ -117,10 +117,12 @@ int RunInfo(const std::string& file, bool json) {
 
 int RunConvert(const ConvertOptions& o) {
   TSignalRead reader(nullptr);
+  reader.SetName("Reader");
   reader.SetFileName(o.in);
   reader.OpenFile();
   reader.SetScaleFactor(o.scale);
   TSignalWrite writer(nullptr);
+  writer.SetName("Writer");
   writer.SetFileName(o.out);
   if (std::filesystem::exists(o.out) && std::filesystem::equivalent(o.in, o.out))
     throw std::runtime_error("the output would overwrite the input");

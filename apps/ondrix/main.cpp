@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "apps/ondrix/audio_commands.h"
 #include "apps/ondrix/file_commands.h"
 #include "apps/ondrix/filter_demo.h"
 #include "ondrix/SignalAnalysis/SignalAnalysis.h"
@@ -295,6 +296,20 @@ int main(int argc, char** argv) {
   convert->add_flag("-q,--quiet", conv.quiet, "No progress on stderr");
   convert->footer("Example: ondrix convert recording.wav recording.dat --precision double");
 
+  auto* devices = app.add_subcommand("devices", "List the sound card's playback devices");
+
+  auto* play = app.add_subcommand("play", "Play a signal file on the sound card (Ctrl-C stops)");
+  app::PlayOptions pl;
+  play->add_option("file", pl.file, "A signal file, mono or stereo")->required();
+  play->add_option("-d,--device", pl.device, "Playback device: an index of `ondrix devices` or an ALSA name");
+  play->add_option("--buffers", pl.buffers, "Device buffers in the ring (2 .. 24)")->capture_default_str();
+  play->add_option("--buffer-size", pl.bufferSize, "Bytes per buffer (default: a tenth of a second)")
+      ->check(CLI::NonNegativeNumber);
+  play->add_option("--scale", pl.scale,
+                   "Factor on every value (default: the file's full scale to 16 bits; floats as -1 .. 1)");
+  play->add_flag("-q,--quiet", pl.quiet, "No elapsed time on stderr");
+  play->footer("Example: ondrix play recording.wav --device hw:0,0");
+
   CLI11_PARSE(app, argc, argv);
   try {
     if (*demo) return RunDemo(length, fs, freq, amplitude);
@@ -303,6 +318,8 @@ int main(int argc, char** argv) {
     if (*analyze) return RunAnalyze(ana);
     if (*info) return app::RunInfo(infoFile, infoJson);
     if (*convert) return app::RunConvert(conv);
+    if (*devices) return app::RunDevices();
+    if (*play) return app::RunPlay(pl);
   } catch (const std::exception& e) {
     std::fprintf(stderr, "ondrix: %s\n", e.what());
     return 1;

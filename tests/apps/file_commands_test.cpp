@@ -62,5 +62,18 @@ TEST_F(ToolFiles, BadInputFailsWithAMessage) {
   EXPECT_THAT(out, HasSubstr("ondrix: Error reading audio file: record 0 has a truncated header"));
 }
 
+TEST_F(ToolFiles, PlayRecordsTheFileOnAnAlsaDevice) {
+  std::vector<double> values(2 * 3000);
+  for (std::size_t i = 0; i < values.size(); ++i) values[i] = static_cast<double>((i * 7919) % 4001) - 2000;
+  WriteBlocks(Path("a.wav"), {Vec(values)}, 2, prSmallInt, 8000);
+  const auto [rc, out] = Tool("play -q " + Path("a.wav") + " --buffers 3 -d file:FILE=" + Path("out.raw") + ",FORMAT=raw");
+  ASSERT_EQ(rc, 0) << out;
+  const auto played = FileTest::Bytes(Path("out.raw"));
+  ASSERT_EQ(played.size(), values.size() * 2);
+  for (std::size_t i = 0; i < values.size(); ++i)
+    ASSERT_EQ(static_cast<std::int16_t>(played[2 * i] | played[2 * i + 1] << 8), values[i]) << i;
+  EXPECT_EQ(Tool("play -q " + Path("a.wav") + " -d nosuchdevice").first, 1);
+}
+
 }  // namespace
 }  // namespace ondrix::testing
