@@ -8,8 +8,9 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libfftw3-dev nlohmann-json3-dev libcli11-dev libboost-math-dev
   libavcodec-dev libavformat-dev libavutil-dev libasound2-dev
-  libsndfile1-dev
+  libsndfile1-dev libsoxr-dev
   python3 python3-numpy python3-scipy sox
+  clang-14 libfuzzer-14-dev
 )
 
 missing=()

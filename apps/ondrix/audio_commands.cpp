@@ -10,7 +10,7 @@
 
 #include "ondrix/AudioSignal/AudioSignal.h"
 #include "ondrix/AudioSignal/AlsaPcm.h"
-#include "apps/ondrix/file_commands.h"
+#include "apps/ondrix/tool_common.h"
 #include "ondrix/FileSignal/FileSignal.h"
 
 namespace ondrix::app {

@@ -1,5 +1,7 @@
 #include "apps/ondrix/file_commands.h"
 
+#include "apps/ondrix/tool_common.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,30 +22,6 @@ namespace ondrix::app {
 
 namespace {
 
-/// A percentage on stderr, redrawn at most five times a second, only on a terminal.
-class Progress {
-public:
-  Progress(const char* what, double total, bool quiet)
-      : what_(what), total_(total), shown_(!quiet && total > 0 && ::isatty(2)) {}
-  ~Progress() {
-    if (drawn_) std::fprintf(stderr, "\r%*s\r", 40, "");
-  }
-  void Update(double done) {
-    if (!shown_) return;
-    const auto now = std::chrono::steady_clock::now();
-    if (drawn_ && now - last_ < std::chrono::milliseconds(200)) return;
-    last_ = now;
-    drawn_ = true;
-    std::fprintf(stderr, "\r%s: %3.0f %%", what_, 100.0 * std::min(done / total_, 1.0));
-  }
-
-private:
-  const char* what_;
-  double total_;
-  bool shown_, drawn_ = false;
-  std::chrono::steady_clock::time_point last_;
-};
-
 const char* PrecisionName(TPrecision p) { return PrecisionNames().at(static_cast<std::size_t>(p)).c_str(); }
 
 /// A precision by its value name ("prSmallInt") or a short name ("int16").
@@ -54,10 +32,6 @@ TPrecision ParsePrecision(const std::string& s) {
     if (s == kShort[p] || s == PrecisionNames()[static_cast<std::size_t>(p)]) return static_cast<TPrecision>(p);
   throw std::runtime_error("unknown precision '" + s + "' (double, single, int32, uint32, int16, uint16, int8, "
                            "uint8, mulaw, alaw, int24)");
-}
-
-bool WaveWritable(TPrecision p) {
-  return p == prByte || p == prSmallInt || p == prInt24 || p == prInteger || p == prSingle;
 }
 
 std::string JsonString(const std::string& s) {
@@ -76,16 +50,6 @@ std::string JsonString(const std::string& s) {
 }
 
 }  // namespace
-
-/// Values per frame that a reader of this file should ask for: 4096 samples of every
-/// channel, or, for compressed wave data, what one block of the codec decodes to (so that no
-/// decoded sample is dropped between frames).
-int NaturalFrame(TSignalRead& r) {
-  if (r.FileFormat() != ffWav || r.Converter().SrcFormat().IsPlain()) return 4096 * r.ChannelCount();
-  r.SetForceLength(false);
-  r.Converter().SuggestSampleCount(-1);
-  return std::max(r.Converter().DstByteCount() / std::max(r.Converter().DstFormat().BitsPerSample() / 8, 1), 1);
-}
 
 int RunInfo(const std::string& file, bool json) {
   TSignalRead r(nullptr);

@@ -4,16 +4,7 @@
 
 #include <string>
 
-namespace ondrix {
-class TSignalRead;
-}
-
 namespace ondrix::app {
-
-/// Values per frame that a reader of this (open) file should ask for so that no sample is
-/// lost between frames: 4096 samples of every channel, or, for compressed wave data, what one
-/// block of the codec decodes to (the reader then stops insisting on exact frame lengths).
-int NaturalFrame(TSignalRead& r);
 
 /// Prints a file's format and, per record, its length, rate, channels, precision and
 /// duration (as JSON with json set). Returns 0.

@@ -11,6 +11,7 @@
 #include "apps/ondrix/audio_commands.h"
 #include "apps/ondrix/file_commands.h"
 #include "apps/ondrix/filter_demo.h"
+#include "apps/ondrix/multirate_commands.h"
 #include "ondrix/SignalAnalysis/SignalAnalysis.h"
 #include "ondrix/SignalProcessing/SignalProcessing.h"
 #include "ondrix/vec/TVec.h"
@@ -310,6 +311,16 @@ int main(int argc, char** argv) {
   play->add_flag("-q,--quiet", pl.quiet, "No elapsed time on stderr");
   play->footer("Example: ondrix play recording.wav --device hw:0,0");
 
+  auto* decimate = app.add_subcommand("decimate", "Decimate a signal file by a power of two, every channel");
+  app::MultiRateOptions dec;
+  app::AddMultiRateOptions(*decimate, dec);
+  decimate->footer("Example: ondrix decimate recording.wav slow.wav --factor 8");
+
+  auto* envelope = app.add_subcommand("envelope", "The envelope of a signal file, decimated by a power of two");
+  app::MultiRateOptions env;
+  app::AddMultiRateOptions(*envelope, env);
+  envelope->footer("Example: ondrix envelope vibration.wav envelope.wav --factor 16");
+
   CLI11_PARSE(app, argc, argv);
   try {
     if (*demo) return RunDemo(length, fs, freq, amplitude);
@@ -320,6 +331,8 @@ int main(int argc, char** argv) {
     if (*convert) return app::RunConvert(conv);
     if (*devices) return app::RunDevices();
     if (*play) return app::RunPlay(pl);
+    if (*decimate) return app::RunDecimate(dec);
+    if (*envelope) return app::RunEnvelope(env);
   } catch (const std::exception& e) {
     std::fprintf(stderr, "ondrix: %s\n", e.what());
     return 1;

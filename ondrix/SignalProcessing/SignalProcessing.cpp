@@ -6,7 +6,11 @@ namespace ondrix {
 
 std::vector<const TClassInfo*> SignalProcessingClasses() {
   return {&TSignalGenerator::StaticClassInfo(), &TSignalFilter::StaticClassInfo(),
-          &TSignalFilterList::StaticClassInfo()};
+          &TSignalFilterList::StaticClassInfo(), &TSignalDecimator::StaticClassInfo(),
+          &TSignalInterpolator::StaticClassInfo(), &TSignalDemodulator::StaticClassInfo(),
+          &TSignalEnvelopeDetector::StaticClassInfo(), &TSignalDecimatorList::StaticClassInfo(),
+          &TSignalInterpolatorList::StaticClassInfo(), &TSignalDemodulatorList::StaticClassInfo(),
+          &TSignalEnvelopeDetectorList::StaticClassInfo()};
 }
 
 void RegisterSignalProcessingClasses() {

@@ -1,6 +1,7 @@
-// The signal-processing unit: the signal generator and its expression lines, and the signal
-// filter with its band layouts. Including this
-// header registers the unit's components with the class registry.
+// The signal-processing unit: the signal generator and its expression lines, the signal
+// filter with its band layouts, and the multirate components (decimator, interpolator,
+// sub-band demodulator, envelope detector). Including this header registers the unit's
+// components with the class registry.
 #pragma once
 
 #include <vector>
@@ -8,8 +9,10 @@
 #include "ondrix/OndrixTools/OndrixTools.h"
 #include "ondrix/SignalProcessing/BandFilter.h"
 #include "ondrix/SignalProcessing/FuncSignal.h"
+#include "ondrix/SignalProcessing/SignalDemodulator.h"
 #include "ondrix/SignalProcessing/SignalFilter.h"
 #include "ondrix/SignalProcessing/SignalGenerator.h"
+#include "ondrix/SignalProcessing/SignalMultiRate.h"
 
 namespace ondrix {
 

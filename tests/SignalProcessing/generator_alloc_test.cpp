@@ -1,5 +1,5 @@
-// Per-block work of the generator allocates nothing after the first block. Skipped under the
-// address sanitizer (see allocation_counter.h).
+// Per-block work of the generator and of the multirate components allocates nothing after the
+// first block. Skipped under the address sanitizer (see allocation_counter.h).
 #include <gtest/gtest.h>
 
 #include "generator_helpers.h"
@@ -23,6 +23,35 @@ TEST(GeneratorAllocation, BlocksAfterTheFirstAllocateNothing) {
   AllocationCounter counter;
   ASSERT_TRUE(counter.Valid());
   for (int b = 0; b < 20; ++b) g->Pull();
+  EXPECT_EQ(counter.Count(), 0);
+#endif
+}
+
+// The multirate components behind a generator: blocks after the first allocate nothing
+// (here, since this binary's allocation counter lives in this file).
+TEST(MultiRateAllocation, BlocksAfterTheFirstAllocateNothing) {
+#if !ONDRIX_COUNT_ALLOCATIONS
+  GTEST_SKIP() << "allocation counting needs the C library's allocator (not under the sanitizer)";
+#else
+  auto g = Gen(48000.0, 4096, FunctionLine(funSine, {1000.0, 0.0, 1.0}), FunctionLine(funRandGauss, {0.0, 0.1}),
+               OperatorLine(opAdd));
+  TSignalDecimator dec(nullptr);
+  dec.SetFactor(16);
+  dec.SetEnvelopeFactor(4);
+  TSignalInterpolator itp(nullptr);
+  itp.SetFactor(8);
+  TSignalDemodulator dem(nullptr);
+  dem.SetSubBandFrequency(0.01);
+  dem.SetSubBandWidth(0.02);
+  TSignalEnvelopeDetector env(nullptr);
+  env.SetFactor(8);
+  std::vector<TSignalMultiRate*> all{&dec, &itp, &dem, &env};
+  for (TSignalMultiRate* c : all) c->SetInput(g.get());
+  for (TSignalMultiRate* c : all) c->Pull();  // the first block designs and allocates
+  AllocationCounter counter;
+  ASSERT_TRUE(counter.Valid());
+  for (int b = 0; b < 10; ++b)
+    for (TSignalMultiRate* c : all) c->Pull();
   EXPECT_EQ(counter.Count(), 0);
 #endif
 }

@@ -2,6 +2,8 @@
 // the description `info` gives.
 #include <gmock/gmock.h>
 
+#include <cmath>
+#include <complex>
 #include <cstdio>
 #include <memory>
 
@@ -73,6 +75,35 @@ TEST_F(ToolFiles, PlayRecordsTheFileOnAnAlsaDevice) {
   for (std::size_t i = 0; i < values.size(); ++i)
     ASSERT_EQ(static_cast<std::int16_t>(played[2 * i] | played[2 * i + 1] << 8), values[i]) << i;
   EXPECT_EQ(Tool("play -q " + Path("a.wav") + " -d nosuchdevice").first, 1);
+}
+
+// Amplitude of the tone at f in channel c of interleaved x (one DFT bin over whole periods).
+double Tone(const TVec& x, int c, int ch, double f, double fs) {
+  std::complex<double> acc = 0;
+  const int n = x.Length() / ch;
+  for (int i = 0; i < n; ++i) acc += x.Values(i * ch + c) * std::polar(1.0, -2 * M_PI * f * i / fs);
+  return 2 * std::abs(acc) / n;
+}
+
+TEST_F(ToolFiles, DecimateKeepsThePassBandAndRejectsAliases) {
+  const int n = 16000;
+  std::vector<double> values(2 * n);
+  for (int i = 0; i < n; ++i) {
+    values[2 * i] = 1000 * std::sin(2 * M_PI * 200 * i / 8000.0) + 1000 * std::sin(2 * M_PI * 3500 * i / 8000.0);
+    values[2 * i + 1] = 500 * std::sin(2 * M_PI * 300 * i / 8000.0);
+  }
+  WriteBlocks(Path("in.dat"), {Vec(values)}, 2, prDouble, 8000);
+  const auto [rc, out] = Tool("decimate -q " + Path("in.dat") + " " + Path("out.dat") + " --factor 4");
+  ASSERT_EQ(rc, 0) << out;
+  TSignalRead r(nullptr);
+  r.SetFileName(Path("out.dat"));
+  const TVec y = FileTest::ReadAll(r, 2 * 500);
+  EXPECT_EQ(r.SamplingFrequency(), 2000.0);
+  ASSERT_EQ(y.Length(), 2 * n / 4);
+  const TVec tail = Slice(y, 2 * 1000, 2 * 2000);  // past the filters' start, whole periods
+  EXPECT_NEAR(Tone(tail, 0, 2, 200, 2000), 1000, 1);
+  EXPECT_NEAR(Tone(tail, 1, 2, 300, 2000), 500, 0.5);
+  EXPECT_LT(Tone(tail, 0, 2, 500, 2000), 0.1);  // 3500 Hz would fold onto 500 Hz
 }
 
 }  // namespace
