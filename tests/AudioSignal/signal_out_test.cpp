@@ -137,6 +137,16 @@ TEST_F(SignalOut, FailuresLeaveTheDeviceClosed) {
   EXPECT_TRUE(out.Active());
   out.StopAtOnce();
   EXPECT_FALSE(out.Active());
+
+  // Converting outside a refill, and a block longer than the buffers the first one set.
+  EXPECT_THAT([&] { out.Update(); }, ThrowsMessage<Exception>(::testing::HasSubstr("Buffer not ready!")));
+  TBlockSource growing;
+  growing.Blocks = {TVec(100, false), TVec(100, false), TVec(100, false), TVec(100, false), TVec(5000, false)};
+  out.SetInput(&growing);
+  out.Start();
+  EXPECT_THAT([&] { PlayUntilStopped(queue, out); },
+              ThrowsMessage<Exception>(::testing::HasSubstr("BufferSize < Input.Length!")));
+  out.StopAtOnce();
 }
 
 TEST_F(SignalOut, StoppingAndRestarting) {
