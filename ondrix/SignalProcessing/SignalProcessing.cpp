@@ -10,7 +10,13 @@ std::vector<const TClassInfo*> SignalProcessingClasses() {
           &TSignalInterpolator::StaticClassInfo(), &TSignalDemodulator::StaticClassInfo(),
           &TSignalEnvelopeDetector::StaticClassInfo(), &TSignalDecimatorList::StaticClassInfo(),
           &TSignalInterpolatorList::StaticClassInfo(), &TSignalDemodulatorList::StaticClassInfo(),
-          &TSignalEnvelopeDetectorList::StaticClassInfo()};
+          &TSignalEnvelopeDetectorList::StaticClassInfo(), &TSignalIncBuffer::StaticClassInfo(),
+          &TSignalDecBuffer::StaticClassInfo(), &TSignalBuffer::StaticClassInfo(),
+          &TSignalStoreBuffer::StaticClassInfo(), &TSignalIncBufferList::StaticClassInfo(),
+          &TSignalDecBufferList::StaticClassInfo(), &TSignalBufferList::StaticClassInfo(),
+          &TSignalStoreBufferList::StaticClassInfo(), &TSignalDemux::StaticClassInfo(),
+          &TSignalMux::StaticClassInfo(), &TSignalDemuxList::StaticClassInfo(),
+          &TSignalMuxList::StaticClassInfo()};
 }
 
 void RegisterSignalProcessingClasses() {

@@ -1,6 +1,7 @@
 // The signal-processing unit: the signal generator and its expression lines, the signal
 // filter with its band layouts, and the multirate components (decimator, interpolator,
-// sub-band demodulator, envelope detector). Including this header registers the unit's
+// sub-band demodulator, envelope detector), the buffers that change the block size, and the
+// channel multiplexer and demultiplexer. Including this header registers the unit's
 // components with the class registry.
 #pragma once
 
@@ -9,10 +10,12 @@
 #include "ondrix/OndrixTools/OndrixTools.h"
 #include "ondrix/SignalProcessing/BandFilter.h"
 #include "ondrix/SignalProcessing/FuncSignal.h"
+#include "ondrix/SignalProcessing/SignalBuffers.h"
 #include "ondrix/SignalProcessing/SignalDemodulator.h"
 #include "ondrix/SignalProcessing/SignalFilter.h"
 #include "ondrix/SignalProcessing/SignalGenerator.h"
 #include "ondrix/SignalProcessing/SignalMultiRate.h"
+#include "ondrix/SignalProcessing/SignalMux.h"
 
 namespace ondrix {
 

@@ -55,3 +55,43 @@ TEST(MultiRateAllocation, BlocksAfterTheFirstAllocateNothing) {
   EXPECT_EQ(counter.Count(), 0);
 #endif
 }
+
+// Buffers, demultiplexer and multiplexer behind a generator: once the rings have grown to
+// their working size, pulls allocate nothing.
+TEST(BufferMuxAllocation, SteadyStatePullsAllocateNothing) {
+#if !ONDRIX_COUNT_ALLOCATIONS
+  GTEST_SKIP() << "allocation counting needs the C library's allocator (not under the sanitizer)";
+#else
+  auto g = Gen(48000.0, 1000, FunctionLine(funSine, {1000.0, 0.0, 1.0}));
+  TSignalBuffer stream(nullptr), overlap(nullptr), scroll(nullptr);
+  overlap.SetBufferType(bftScrolling);
+  overlap.SetUseOverlapping(true);
+  overlap.SetOverlapping(50);
+  scroll.SetBufferType(bftScrolling);
+  TSignalIncBuffer inc(nullptr);
+  inc.SetFactor(4);
+  TSignalDecBuffer dec(nullptr);
+  dec.SetFactor(4);
+  TSignalMux mux(nullptr);
+  mux.Inputs()->Add()->SetInput(g.get());
+  mux.Inputs()->Add()->SetInput(&stream);
+  TSignalDemux demux(nullptr);
+  demux.SetInput(&mux);
+  demux.SetChannel(1);
+  std::vector<TSignal*> sinks{&overlap, &scroll, &inc, &dec, &demux};
+  for (TSignalBuffer* b : {&stream, &overlap, &scroll}) {
+    b->SetInput(g.get());
+    b->SetLength(1000);
+  }
+  inc.SetInput(g.get());
+  dec.SetInput(g.get());
+  for (int b = 0; b < 20; ++b)
+    for (TSignal* s : sinks) s->Pull();
+  AllocationCounter counter;
+  ASSERT_TRUE(counter.Valid());
+  for (int b = 0; b < 20; ++b)
+    for (TSignal* s : sinks) s->Pull();
+  EXPECT_EQ(counter.Count(), 0);
+  EXPECT_EQ(demux.Length(), 1000);
+#endif
+}
