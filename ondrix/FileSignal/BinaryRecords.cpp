@@ -14,6 +14,9 @@ namespace {
 
 // Channel counts beyond this are taken for corruption, not recordings.
 constexpr std::int32_t kMaxChannels = 65535;
+// A signal's scale divides frame lengths (up to 2^31) by the rate and back: outside these
+// bounds its sampling time overflows or turns subnormal, and the rate reads as 0 or inf.
+constexpr double kMinSamplingFrequency = 1e-290, kMaxSamplingFrequency = 1e290;
 
 [[noreturn]] void BadRecord(std::size_t index, const std::string& what) {
   ERaise("Error reading audio file: record " + std::to_string(index) + " " + what);
@@ -65,6 +68,9 @@ bool ReadHeader(TStream& Stream, TFileFormat Format, std::size_t index, TBinaryR
     if (!timeOk) BadRecord(index, "has a duration that is not positive");
     r.SamplingFrequency = r.Count == 0 ? 0.0 : r.Count / r.RecordTime;
   }
+  if (r.SamplingFrequency != 0 &&
+      !(r.SamplingFrequency >= kMinSamplingFrequency && r.SamplingFrequency <= kMaxSamplingFrequency))
+    BadRecord(index, "has a sampling frequency out of range");
   const std::int64_t left = Stream.Size() - r.DataOffset;
   if (static_cast<std::int64_t>(r.Count) * r.ValueSize() > left) BadRecord(index, "runs past the end of the file");
   return true;

@@ -335,6 +335,12 @@ void TSignalRead::ReadWaveFrame(int p) {
   waveLastEnd_ = start + whole;
   waveNextPosition_ =
       size > 0 ? ToInt(std::round(static_cast<double>(start + whole) / static_cast<double>(size) * recordLength_)) : 0;
+  // A tail shorter than a block never decodes, and a header whose byte rate gives fewer
+  // samples than blocks maps a block to no sample: either way the next frame must move on.
+  if (whole == 0)
+    waveNextPosition_ = recordLength_;
+  else
+    waveNextPosition_ = std::max(waveNextPosition_, ToInt(p + 1.0));
 }
 
 // --- Frame counts and positions ------------------------------------------------------------
@@ -463,6 +469,8 @@ TPipeState TSignalRead::InternalUpdate() {
     return pipeOK;
   }
   if (IsEndOfFile()) return pipeEnd;
+  // A frame without one sample of every channel would never advance.
+  if (Frame() < 1) ERaise("Length is smaller than ChannelCount!");
   if (lastFrameCheck_ == lfcAdjustLength) {
     // Length counts values over all channels: the short frame keeps every channel.
     const int left = SamplesLeft();

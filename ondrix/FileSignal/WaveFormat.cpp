@@ -11,10 +11,13 @@ TACMWaveFormat MakeWaveWriteFormat(TPrecision Precision, int ChannelCount, doubl
       Precision != prInt24)
     ERaise("Unsupported wav format: Precision <> prInteger (32), prInt24 (24), prSmallInt (16),  prByte (8), "
            "prSingle(32)!");
-  if (ChannelCount < 1 || ChannelCount > 65535) ERaise("Unsupported wav format: ChannelCount = " + std::to_string(ChannelCount));
-  const double rate = std::round(SamplingFrequency);
-  if (!(rate >= 1 && rate <= 4294967295.0)) ERaise("Unsupported wav format: SamplingFrequency out of range");
   const int bytes = SizeOfPrecision(Precision);
+  // The block size and the byte rate are 16- and 32-bit fields of the record.
+  if (ChannelCount < 1 || ChannelCount > 65535 / bytes)
+    ERaise("Unsupported wav format: ChannelCount = " + std::to_string(ChannelCount));
+  const double rate = std::round(SamplingFrequency);
+  if (!(rate >= 1 && rate * bytes * ChannelCount <= 4294967295.0))
+    ERaise("Unsupported wav format: SamplingFrequency out of range");
   TACMWaveFormat f;
   f.SetFormatTag(WAVE_FORMAT_PCM);
   f.SetChannels(static_cast<std::uint16_t>(ChannelCount));

@@ -256,6 +256,15 @@ TEST_F(FileFormats, WriterRules) {
   EXPECT_THAT([&] { w.SaveFile(); },
               ThrowsMessage<Exception>("Unsupported wav format: Precision <> prInteger (32), prInt24 (24), prSmallInt "
                                        "(16),  prByte (8), prSingle(32)!"));
+  // A byte rate or block size beyond its 32- or 16-bit field is refused, not wrapped.
+  w.SetPrecision(prSingle);
+  src.SetChannelCount(2);
+  src.SetSamplingFrequency(1e9);
+  EXPECT_THAT([&] { w.SaveFile(); }, ThrowsMessage<Exception>("Unsupported wav format: SamplingFrequency out of range"));
+  src.SetChannelCount(20000);
+  src.SetSamplingFrequency(1000);
+  EXPECT_THAT([&] { w.SaveFile(); }, ThrowsMessage<Exception>("Unsupported wav format: ChannelCount = 20000"));
+  src.SetChannelCount(1);
 
   // prByte centres the data on 128 without touching the input.
   w.SetPrecision(prByte);

@@ -61,6 +61,9 @@ TEST_F(HostileFiles, GiveClearErrors) {
       {"channels.dat", DatHeader(4, 1000, 0, 0, -1), "bad channel count"},
       {"zero-fs.dat", DatHeader(0, 0.0, 0, 0, 1), "sampling frequency that is not positive"},
       {"nan-fs.dat", DatHeader(0, std::nan(""), 0, 0, 1), "sampling frequency that is not positive"},
+      {"tiny-fs.dat", DatHeader(0, 1e-320, 0, 0, 1), "sampling frequency out of range"},
+      {"huge-fs.dat", DatHeader(0, 1e300, 0, 0, 1), "sampling frequency out of range"},
+      {"long.dbn", Le().i32(1).f64(1e300).f64(1).s, "sampling frequency out of range"},
       {"precision.dat", DatHeader(0, 1000, 99, 0, 1), "unknown precision"},
       {"complex.dat", DatHeader(0, 1000, 0, 7, 1), "complex flag"},
       {"second.dat", DatHeader(0, 1000, 0, 0, 1) + "0123456789", "record 1 has a truncated header"},
@@ -107,6 +110,36 @@ TEST_F(HostileFiles, ReadsStopAtTheRecord) {
   r.SetLength(4);
   r.SetRecordPosition(0);
   EXPECT_TRUE(Near(r.Data(), Vec({1, 2, 0, 0}), 0));  // the next record's header is not a sample
+}
+
+// Pulls always move on: a frame without one sample of every channel is an error, and wave data
+// whose tail is shorter than a block, or whose byte rate gives fewer samples than blocks, is
+// read to its end.
+TEST_F(HostileFiles, PullsReachTheEnd) {
+  std::ofstream(Path("8ch.dat"), std::ios::binary) << DatHeader(16, 1000, 0, 0, 8) + std::string(128, '\0');
+  TSignalRead r(nullptr);
+  r.SetFileName(Path("8ch.dat"));
+  r.SetLength(6);
+  EXPECT_THAT([&] { r.Pull(); }, ::testing::ThrowsMessage<Exception>(HasSubstr("Length is smaller than ChannelCount")));
+
+  const struct {
+    const char* name;
+    std::string bytes;
+  } waves[] = {
+      {"tail.wav", Wave(Fmt(1, 1, 8000, 16, 16000, 6), 100, 100)},  // 16 blocks of 6 bytes, then 4
+      {"rate.wav", Wave(Fmt(1, 1, 8000, 16, 426667, 2), 160, 160)},  // 80 blocks, 3 samples
+  };
+  for (const auto& w : waves) {
+    SCOPED_TRACE(w.name);
+    std::ofstream(Path(w.name), std::ios::binary) << w.bytes;
+    TSignalRead wr(nullptr);
+    wr.SetFileName(Path(w.name));
+    wr.SetLength(64);
+    wr.SetLastFrameCheck(lfcAdjustLength);
+    int pulls = 0;
+    while (pulls < 100 && wr.Pull() == pipeOK) ++pulls;
+    EXPECT_LE(pulls, 3);
+  }
 }
 
 }  // namespace
