@@ -9,19 +9,11 @@ outputs y_fir.f64 and y_sos.f64 for a cross-check. Prints one line per timing,
 """
 
 import sys
-import time
 
 import numpy as np
+from peer_common import median_time
 from scipy import signal
 
-
-def median_time(fn, runs=5):
-    times = []
-    for _ in range(runs):
-        t0 = time.process_time()
-        fn()
-        times.append(time.process_time() - t0)
-    return float(np.median(times))
 
 
 def main():

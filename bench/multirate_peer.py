@@ -11,22 +11,14 @@ achieves as "check decimate_dB" and "check interpolate_dB" (the same filter serv
 """
 
 import sys
-import time
 
 import numpy as np
+from peer_common import median_time
 from scipy import signal
 
 FACTOR = 8
 RIPPLE = 1e-4
 
-
-def median_time(fn, runs=5):
-    times = []
-    for _ in range(runs):
-        t0 = time.process_time()
-        fn()
-        times.append(time.process_time() - t0)
-    return float(np.median(times))
 
 
 def design():
