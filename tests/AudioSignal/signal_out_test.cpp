@@ -158,6 +158,15 @@ TEST_F(SignalOut, StoppingAndRestarting) {
   out.SetOverlapping(3);
   out.Start();  // while playing: nothing
   EXPECT_EQ(out.Overlapping(), 3.0f);
+  // The buffers' shape cannot change while they play.
+  out.SetBufferSize(4096);
+  out.SetNumBuffers(8);
+  out.SetQuantization(8);
+  out.SetStereo(true);
+  EXPECT_EQ(out.BufferSize(), 512);
+  EXPECT_EQ(out.NumBuffers(), 4);
+  EXPECT_EQ(out.Quantization(), 16);
+  EXPECT_FALSE(out.Stereo());
   while (src.Blocks < 10) queue.WaitAndProcess(std::chrono::milliseconds(100));
   out.StopGracefully();
   PlayUntilStopped(queue, out);

@@ -112,6 +112,21 @@ TEST_F(HostileFiles, ReadsStopAtTheRecord) {
   EXPECT_TRUE(Near(r.Data(), Vec({1, 2, 0, 0}), 0));  // the next record's header is not a sample
 }
 
+// Chunks the reader does not know, of odd size with their pad byte, stand before and after
+// "fmt " in real files.
+TEST_F(HostileFiles, UnknownChunksAndPadBytesAreSkipped) {
+  const std::string body = Le().str("junk").i32(3).str("abc").str(std::string(1, '\0')).str("fmt ").i32(18).s +
+                           Fmt(1, 1, 2000, 16) + Le().str("odd!").i32(1).str("x").str(std::string(1, '\0')).s +
+                           Le().str("data").i32(4).i32(0x00020001).s;
+  std::ofstream(Path("junk.wav"), std::ios::binary)
+      << Le().str("RIFF").i32(static_cast<std::int32_t>(body.size() + 4)).str("WAVE").s + body;
+  TSignalRead r(nullptr);
+  r.SetFileName(Path("junk.wav"));
+  r.SetLength(2);
+  r.SetRecordPosition(0);
+  EXPECT_TRUE(Near(r.Data(), Vec({1, 2}), 0));
+}
+
 // Pulls always move on: a frame without one sample of every channel is an error, and wave data
 // whose tail is shorter than a block, or whose byte rate gives fewer samples than blocks, is
 // read to its end.
