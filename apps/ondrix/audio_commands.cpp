@@ -56,9 +56,7 @@ int RunDevices() {
 
 int RunPlay(const PlayOptions& o) {
   TSignalRead reader(nullptr);
-  reader.SetName("Reader");
-  reader.SetFileName(o.file);
-  reader.OpenFile();
+  OpenReader(reader, o.file);
   reader.SetLastFrameCheck(lfcAdjustLength);
   const int ch = reader.ChannelCount();
   if (ch > 2) throw std::runtime_error("play takes mono or stereo files; this one has " + std::to_string(ch) +

@@ -81,9 +81,7 @@ int RunInfo(const std::string& file, bool json) {
 
 int RunConvert(const ConvertOptions& o) {
   TSignalRead reader(nullptr);
-  reader.SetName("Reader");
-  reader.SetFileName(o.in);
-  reader.OpenFile();
+  OpenReader(reader, o.in);
   reader.SetScaleFactor(o.scale);
   TSignalWrite writer(nullptr);
   writer.SetName("Writer");

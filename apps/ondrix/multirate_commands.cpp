@@ -64,8 +64,7 @@ private:
 
 int Run(const MultiRateOptions& o, bool envelope) {
   TSignalRead reader(nullptr);
-  reader.SetFileName(o.in);
-  reader.OpenFile();
+  OpenReader(reader, o.in);
   if (std::filesystem::exists(o.out) && std::filesystem::equivalent(o.in, o.out))
     throw std::runtime_error("the output would overwrite the input");
   const double ripple = std::pow(10.0, -o.attenuation / 20.0);

@@ -32,6 +32,12 @@ int NaturalFrame(TSignalRead& r, int minSamples) {
   return std::max(r.Converter().DstByteCount() / std::max(r.Converter().DstFormat().BitsPerSample() / 8, 1), 1);
 }
 
+void OpenReader(TSignalRead& r, const std::string& file) {
+  r.SetName("Reader");
+  r.SetFileName(file);
+  r.OpenFile();
+}
+
 bool WaveWritable(TPrecision p) {
   return p == prByte || p == prSmallInt || p == prInt24 || p == prInteger || p == prSingle;
 }

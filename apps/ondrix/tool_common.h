@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <string>
 
 #include "ondrix/vec/precision.h"
 
@@ -29,6 +30,9 @@ private:
 /// lost between frames: minSamples of every channel, or, for compressed wave data, what one
 /// block of the codec decodes to (the reader then stops insisting on exact frame lengths).
 int NaturalFrame(TSignalRead& r, int minSamples = 4096);
+
+/// Names the reader "Reader" (so that its errors say where they come from) and opens file.
+void OpenReader(TSignalRead& r, const std::string& file);
 
 /// Precisions a wave file stores.
 bool WaveWritable(TPrecision p);

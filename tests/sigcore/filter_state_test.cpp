@@ -20,25 +20,6 @@ using namespace ondrix::test;
 
 namespace {
 
-// Filters src in the given blocks through `step` and concatenates the outputs.
-TVec InBlocks(const TVec& src, const std::vector<int>& blocks, const std::function<void(const TVec&, TVec&)>& step) {
-  TVec out(0, false), in, y;
-  int pos = 0;
-  std::vector<double> acc;
-  bool cplx = false;
-  for (int b : blocks) {
-    in.Size(b, src.Complex());
-    in.Copy(src, pos, 0, b);
-    pos += b;
-    step(in, y);
-    cplx = y.Complex();
-    acc.insert(acc.end(), y.PValues(), y.PValues() + y.RealLength());
-  }
-  out.Size(static_cast<int>(cplx ? acc.size() / 2 : acc.size()), cplx);
-  std::copy(acc.begin(), acc.end(), out.PValues());
-  return out;
-}
-
 TVec Noise(int n, bool complex, unsigned seed) {
   TVec v(n, complex);
   v.RandGauss(seed, 0.0, 1.0);

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <functional>
 #include <random>
 #include <vector>
 
@@ -46,6 +47,27 @@ inline TVec Grid(double lo, double hi, int n) {
   TVec f(n);
   for (int i = 0; i < n; ++i) f.Values(i) = lo + (hi - lo) * i / (n - 1);
   return f;
+}
+
+/// Runs src through step in the given blocks and concatenates the outputs (block-wise =
+/// whole-stream checks).
+inline TVec InBlocks(const TVec& src, const std::vector<int>& blocks,
+                     const std::function<void(const TVec&, TVec&)>& step) {
+  std::vector<double> acc;
+  bool cplx = false;
+  TVec in, y;
+  int pos = 0;
+  for (int b : blocks) {
+    in.Size(b, src.Complex());
+    in.Copy(src, pos, 0, b);
+    pos += b;
+    step(in, y);
+    cplx = y.Complex();
+    acc.insert(acc.end(), y.PValues(), y.PValues() + y.RealLength());
+  }
+  TVec out(static_cast<int>(cplx ? acc.size() / 2 : acc.size()), cplx);
+  std::copy(acc.begin(), acc.end(), out.PValues());
+  return out;
 }
 
 /// Random block lengths (1-sample blocks included) that add up to n.

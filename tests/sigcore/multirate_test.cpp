@@ -15,29 +15,6 @@
 using namespace ondrix;
 using namespace ondrix::test;
 
-namespace {
-
-// Runs src through step in the given blocks and concatenates the outputs.
-TVec InBlocks(const TVec& src, const std::vector<int>& blocks, const std::function<void(const TVec&, TVec&)>& step) {
-  std::vector<double> acc;
-  bool cplx = false;
-  TVec in, y;
-  int pos = 0;
-  for (int b : blocks) {
-    in.Size(b, src.Complex());
-    in.Copy(src, pos, 0, b);
-    pos += b;
-    step(in, y);
-    cplx = y.Complex();
-    acc.insert(acc.end(), y.PValues(), y.PValues() + y.RealLength());
-  }
-  TVec out(static_cast<int>(cplx ? acc.size() / 2 : acc.size()), cplx);
-  std::copy(acc.begin(), acc.end(), out.PValues());
-  return out;
-}
-
-}  // namespace
-
 // The designs are SciPy's remez taps of the shortest odd length meeting the ripple, within
 // 1e-9 of the largest tap; half-band structural zeros are exact, and no design ends in zeros.
 TEST(MultiRateDesign, LowpassAndHilbertMatchScipyRemez) {
