@@ -1,9 +1,15 @@
-// What the tool's commands share: a progress display, and how a file is read in frames.
+// What the tool's commands share: how a command is registered, argument checks, a progress
+// display, and how a file is read in frames.
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <string>
+#include <vector>
 
+#include <CLI/CLI.hpp>
+
+#include "ondrix/sigcore/windows.h"
 #include "ondrix/vec/precision.h"
 
 namespace ondrix {
@@ -12,7 +18,31 @@ class TSignalRead;
 
 namespace ondrix::app {
 
-/// A percentage on stderr, redrawn at most five times a second, only on a terminal.
+/// A subcommand and what runs it once the command line is parsed (its exit status).
+struct Command {
+  CLI::App* sub;
+  std::function<int()> run;
+};
+using Commands = std::vector<Command>;
+
+/// A value that must be a finite number in [lo, hi] (each bound open when its flag says so);
+/// the message names the range, never a number with hundreds of digits.
+CLI::Validator FiniteRange(double lo, double hi, bool openLo = false, bool openHi = false);
+/// A finite number above 0.
+CLI::Validator FinitePositive();
+
+/// The window of a name: rectangular (rect, boxcar, none), hann (hanning), hamming, flattop,
+/// bartlett (triangular), blackman, blackmanharris, blackmanexact, cosine (tukey), kaiser,
+/// chebyshev (dolph), exponential (exp); case, '-' and '_' ignored. Throws CLI::ValidationError
+/// listing the choices for any other name.
+TSignalWindowType ParseWindow(const std::string& name);
+/// The canonical name of a window (the first of its names above).
+const char* WindowName(TSignalWindowType w);
+/// "rectangular, hann, ..." for help texts.
+std::string WindowChoices();
+
+/// Progress on stderr, only on a terminal: percent, items per second and the time left,
+/// redrawn at most five times a second.
 class Progress {
 public:
   Progress(const char* what, double total, bool quiet);
@@ -23,7 +53,7 @@ private:
   const char* what_;
   double total_;
   bool shown_, drawn_ = false;
-  std::chrono::steady_clock::time_point last_;
+  std::chrono::steady_clock::time_point start_, last_;
 };
 
 /// Values per frame that a reader of this (open) file should ask for so that no sample is
@@ -36,5 +66,9 @@ void OpenReader(TSignalRead& r, const std::string& file);
 
 /// Precisions a wave file stores.
 bool WaveWritable(TPrecision p);
+
+/// The full scale of dBFS: 2^(bits−1) for the integer precisions (the unsigned ones and the
+/// G.711 codes alike, as the reader centres them), 1.0 for floating point.
+double FullScale(TPrecision p);
 
 }  // namespace ondrix::app

@@ -1,11 +1,13 @@
-// The tool's file commands end to end: convert through every format family and back, and
-// the description `info` gives.
+// The tool end to end: its commands on small files written here, output files and reports
+// checked against the signals' known content, and its usage errors.
 #include <gmock/gmock.h>
 
 #include <cmath>
 #include <complex>
 #include <cstdio>
 #include <memory>
+
+#include <nlohmann/json.hpp>
 
 #include "tests/FileSignal/file_fixture.h"
 #include "tests/common/vec_compare.h"
@@ -104,6 +106,67 @@ TEST_F(ToolFiles, DecimateKeepsThePassBandAndRejectsAliases) {
   EXPECT_NEAR(Tone(tail, 0, 2, 200, 2000), 1000, 1);
   EXPECT_NEAR(Tone(tail, 1, 2, 300, 2000), 500, 0.5);
   EXPECT_LT(Tone(tail, 0, 2, 500, 2000), 0.1);  // 3500 Hz would fold onto 500 Hz
+}
+
+TEST_F(ToolFiles, SpectrumReadsTonesBetweenLinesAndNoiseDensity) {
+  // channel 0: a tone of amplitude 0.5 a third of a line off; channel 1: white noise, σ = 0.1
+  const double fs = 48000, f = 1000.37, A = 0.5, sd = 0.1;
+  const int n = 48000;
+  TVec noise(n);
+  noise.RandGauss(7, 0.0, sd);
+  std::vector<double> values(2 * n);
+  for (int i = 0; i < n; ++i) values[2 * i] = A * std::sin(2 * M_PI * f * i / fs + 0.4), values[2 * i + 1] = noise.Values(i);
+  WriteBlocks(Path("s.wav"), {Vec(values)}, 2, prSingle, fs);
+  auto run = [&](const std::string& args) {
+    const auto [rc, out] = Tool("spectrum -q --json " + Path("s.wav") + " " + args);
+    EXPECT_EQ(rc, 0) << out;
+    return nlohmann::json::parse(out.substr(out.find('{')));
+  };
+  const double line = fs / 4096;
+  for (const char* window : {"hann", "Blackman-Harris", "flattop", "rect"}) {
+    for (const char* average : {"linear", "none"}) {
+      const auto j = run(std::string("-w ") + window + " --average " + average);
+      EXPECT_EQ(j["frames"], 22);  // (48000 − 4096)/2048 + 1
+      const double tol = window == std::string("rect") ? 0.01 : 0.002;  // leakage of the image
+      EXPECT_NEAR(j["peaks"][0]["frequency"].get<double>(), f, tol * line) << window << " " << average;
+      EXPECT_NEAR(j["peaks"][0]["level"].get<double>(), A, tol * A) << window << " " << average;
+    }
+  }
+  // what a sine of amplitude A reads in each type, and dBFS (full scale 1.0 for floats)
+  EXPECT_NEAR(run("-t rms")["peaks"][0]["level"].get<double>(), A / std::sqrt(2.0), 1e-3 * A);
+  EXPECT_NEAR(run("-t power")["peaks"][0]["level"].get<double>(), A * A / 2, 2e-3 * A * A);
+  EXPECT_NEAR(run("-t peak --dbfs")["peaks"][0]["level"].get<double>(), 20 * std::log10(A), 0.01);
+  // white noise reads σ²/(fs/2) per Hz; 22 frames × ~2000 lines leave ±0.5 % of scatter
+  const auto psd = run("-t psd -c 1 --fmin 100 --fmax 23000");
+  double mean = 0;
+  for (double v : psd["spectrum"]["value"]) mean += v;
+  mean /= psd["spectrum"]["value"].size();
+  EXPECT_NEAR(mean, sd * sd / (fs / 2), 0.02 * sd * sd / (fs / 2));
+}
+
+TEST_F(ToolFiles, UsageErrorsExitWithTwoAndSayWhatIsAllowed) {
+  WriteBlocks(Path("m.wav"), {Vec(std::vector<double>(1000, 0.0))}, 1, prSmallInt, 8000);
+  const std::string m = " " + Path("m.wav");
+  const struct {
+    std::string args, says;
+    int rc;
+  } cases[] = {
+      {"nosuchcommand", "ondrix: unknown command 'nosuchcommand'; commands: demo, info,", 2},
+      {"spectrum" + m + " --bogus", "ondrix: The following argument was not expected: --bogus", 2},
+      {"spectrum" + m + " -w hanning2", "choose one of: rectangular, hann,", 2},
+      {"spectrum" + m + " --overlap nan", "is not a finite number in [0, 95]", 2},
+      {"spectrum" + m + " --overlap 1e400", "is not a finite number in [0, 95]", 2},
+      {"spectrum" + m + " -c 3", "the file has 1 channel(s): 0 .. 0", 2},
+      {"spectrum" + m + " --fmax 4001", "must be at most half the sampling rate", 2},
+      {"spectrum" + m + " -n 1024", "fewer than one 1024-sample frame", 1},
+      {"demo --fs inf", "is not a finite number above 0", 2},
+  };
+  for (const auto& c : cases) {
+    const auto [rc, out] = Tool(c.args);
+    EXPECT_EQ(rc, c.rc) << c.args << "\n" << out;
+    EXPECT_THAT(out, HasSubstr(c.says)) << c.args;
+  }
+  EXPECT_THAT(Tool("--version").second, HasSubstr("ondrix 0."));
 }
 
 }  // namespace

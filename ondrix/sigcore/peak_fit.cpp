@@ -1,0 +1,71 @@
+#include "ondrix/sigcore/peak_fit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+
+namespace ondrix {
+
+double WindowResponse(const TVec& w, double L, double nu) {
+  // a rotating phasor, renormalised now and then against drift
+  const std::complex<double> step = std::polar(1.0, -2.0 * M_PI * nu / L);
+  std::complex<double> z = 1.0, sum = 0.0;
+  for (int n = 0; n < w.Length(); ++n) {
+    sum += w.Values(n) * z;
+    z *= step;
+    if ((n & 255) == 255) z /= std::abs(z);
+  }
+  return std::abs(sum);
+}
+
+int MainLobeHalfWidth(const TVec& w, double L) {
+  if (w.Length() == 0 || L <= 0) return 1;
+  // the first minimum once the response is below half its peak (a flat top ripples above)
+  const double step = 0.1, peak = WindowResponse(w, L, 0.0);
+  double prev = peak;
+  for (double nu = step; nu < L / 2.0; nu += step) {
+    const double r = WindowResponse(w, L, nu);
+    if (r > prev && prev < 0.5 * peak) return std::max(1, static_cast<int>(std::floor(nu - step + 1e-6)) - 1);
+    prev = r;
+  }
+  return 1;
+}
+
+TPeakFit FitWindowPeak(const TVec& w, double L, const TVec& m, int centre, int halfWidth) {
+  TPeakFit fit;
+  if (centre < 0 || centre >= m.Length()) return fit;
+  fit.Amplitude = m.Values(centre);
+  if (w.Length() == 0 || L < w.Length() || !(m.Values(centre) > 0.0)) return fit;
+  const int lo = std::max(0, centre - std::max(halfWidth, 1)), hi = std::min(m.Length() - 1, centre + std::max(halfWidth, 1));
+  const double w0 = WindowResponse(w, L, 0.0);
+  // misfit of the best amplitude at offset d, and that amplitude
+  auto misfit = [&](double d, double* amplitude) {
+    double mw = 0.0, ww = 0.0, mm = 0.0;
+    for (int j = lo; j <= hi; ++j) {
+      const double model = WindowResponse(w, L, j - centre - d) / w0, v = m.Values(j);
+      mw += v * model, ww += model * model, mm += v * v;
+    }
+    if (amplitude) *amplitude = ww > 0.0 ? mw / ww : 0.0;
+    return ww > 0.0 ? mm - mw * mw / ww : mm;
+  };
+  double best = 0.0, bestMisfit = misfit(0.0, nullptr);
+  for (int i = -10; i <= 10; ++i) {
+    const double d = 0.05 * i, e = misfit(d, nullptr);
+    if (e < bestMisfit) best = d, bestMisfit = e;
+  }
+  double a = std::max(-0.5, best - 0.05), b = std::min(0.5, best + 0.05);
+  const double g = (std::sqrt(5.0) - 1.0) / 2.0;
+  double x1 = b - g * (b - a), x2 = a + g * (b - a), f1 = misfit(x1, nullptr), f2 = misfit(x2, nullptr);
+  for (int i = 0; i < 60 && b - a > 1e-10; ++i) {
+    if (f1 <= f2) {
+      b = x2, x2 = x1, f2 = f1, x1 = b - g * (b - a), f1 = misfit(x1, nullptr);
+    } else {
+      a = x1, x1 = x2, f1 = f2, x2 = a + g * (b - a), f2 = misfit(x2, nullptr);
+    }
+  }
+  fit.Offset = 0.5 * (a + b);
+  misfit(fit.Offset, &fit.Amplitude);
+  return fit;
+}
+
+}  // namespace ondrix
