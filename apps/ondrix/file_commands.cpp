@@ -13,6 +13,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include "ondrix/FileSignal/FileSignal.h"
 #include "ondrix/SignalAnalysis/SignalAnalysis.h"
 #include "ondrix/SignalProcessing/SignalProcessing.h"
@@ -23,16 +25,6 @@ namespace ondrix::app {
 namespace {
 
 const char* PrecisionName(TPrecision p) { return PrecisionNames().at(static_cast<std::size_t>(p)).c_str(); }
-
-/// A precision by its value name ("prSmallInt") or a short name ("int16").
-TPrecision ParsePrecision(const std::string& s) {
-  static const char* const kShort[] = {"double", "single", "int32", "uint32", "int16", "uint16",
-                                       "int8",   "uint8",  "mulaw", "alaw",   "int24"};
-  for (int p = prDouble; p <= prInt24; ++p)
-    if (s == kShort[p] || s == PrecisionNames()[static_cast<std::size_t>(p)]) return static_cast<TPrecision>(p);
-  throw std::runtime_error("unknown precision '" + s + "' (double, single, int32, uint32, int16, uint16, int8, "
-                           "uint8, mulaw, alaw, int24)");
-}
 
 std::string JsonString(const std::string& s) {
   std::string out = "\"";
@@ -92,7 +84,8 @@ int RunConvert(const ConvertOptions& o) {
   TPrecision precision = o.precision.empty() ? reader.Precision() : ParsePrecision(o.precision);
   if (target == ffWav && !WaveWritable(precision)) {
     if (!o.precision.empty())
-      throw std::runtime_error("a wave file stores uint8, int16, int24, int32 or single, not " + o.precision);
+      throw CLI::ValidationError("--precision", "a wave file stores uint8, int16, int24, int32 or single, not " +
+                                                    o.precision);
     precision = prSingle;  // floats keep every value of a double or unusual source
   }
   writer.SetPrecision(precision);

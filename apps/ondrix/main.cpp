@@ -10,6 +10,7 @@
 #include "apps/ondrix/audio_commands.h"
 #include "apps/ondrix/demo_command.h"
 #include "apps/ondrix/file_commands.h"
+#include "apps/ondrix/generate_command.h"
 #include "apps/ondrix/multirate_commands.h"
 #include "apps/ondrix/spectrum_command.h"
 #include "apps/ondrix/tool_common.h"
@@ -97,6 +98,7 @@ int main(int argc, char** argv) {
   Commands commands;
   AddDemoCommand(app, commands);
   AddFileCommands(app, commands);
+  AddGenerateCommand(app, commands);
   AddSpectrumCommand(app, commands);
   AddMultiRateCommands(app, commands);
   AddAudioCommands(app, commands);

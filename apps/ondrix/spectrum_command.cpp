@@ -83,10 +83,10 @@ int Run(const SpectrumOptions& o) {
   const double fs = reader.SamplingFrequency();
   const double fmax = o.fmax < 0 ? fs / 2 : o.fmax;
   if (o.fmax >= 0 && o.fmax > fs / 2)
-    throw CLI::ValidationError("--fmax", "must be at most half the sampling rate (" + std::to_string(fs / 2) + " Hz)");
+    throw CLI::ValidationError("--fmax", "must be at most half the sampling rate (" + ShortNumber(fs / 2) + " Hz)");
   if (o.fmin >= fmax) throw CLI::ValidationError("--fmin", "must be below --fmax");
   if (!o.zoom.empty() && (o.zoom.size() != 2 || o.zoom[0] < 0 || o.zoom[1] <= o.zoom[0] || o.zoom[1] > fs / 2))
-    throw CLI::ValidationError("--zoom", "takes two frequencies F1 < F2 in [0, fs/2 = " + std::to_string(fs / 2) +
+    throw CLI::ValidationError("--zoom", "takes two frequencies F1 < F2 in [0, fs/2 = " + ShortNumber(fs / 2) +
                                              "] Hz");
   const long long samples = reader.RecordLength() / channels;
   if (samples < o.length)

@@ -90,6 +90,12 @@ std::string WindowChoices() {
   return s;
 }
 
+std::string ShortNumber(double v) {
+  char b[32];
+  std::snprintf(b, sizeof b, "%g", v);
+  return b;
+}
+
 Progress::Progress(const char* what, double total, bool quiet)
     : what_(what), total_(total), shown_(!quiet && total > 0 && ::isatty(2)),
       start_(std::chrono::steady_clock::now()) {}
@@ -123,6 +129,16 @@ void OpenReader(TSignalRead& r, const std::string& file) {
   r.SetName("Reader");
   r.SetFileName(file);
   r.OpenFile();
+}
+
+TPrecision ParsePrecision(const std::string& s, const std::string& option) {
+  static const char* const kShort[] = {"double", "single", "int32", "uint32", "int16", "uint16",
+                                       "int8",   "uint8",  "mulaw", "alaw",   "int24"};
+  for (int p = prDouble; p <= prInt24; ++p)
+    if (s == kShort[p] || s == PrecisionNames()[static_cast<std::size_t>(p)]) return static_cast<TPrecision>(p);
+  throw CLI::ValidationError(option, "unknown precision '" + s.substr(0, 40) +
+                                         "' (double, single, int32, uint32, int16, uint16, int8, uint8, mulaw, "
+                                         "alaw, int24)");
 }
 
 bool WaveWritable(TPrecision p) {

@@ -41,6 +41,9 @@ const char* WindowName(TSignalWindowType w);
 /// "rectangular, hann, ..." for help texts.
 std::string WindowChoices();
 
+/// v with six significant digits ("24000", "1e+15"), for messages.
+std::string ShortNumber(double v);
+
 /// Progress on stderr, only on a terminal: percent, items per second and the time left,
 /// redrawn at most five times a second.
 class Progress {
@@ -63,6 +66,11 @@ int NaturalFrame(TSignalRead& r, int minSamples = 4096);
 
 /// Names the reader "Reader" (so that its errors say where they come from) and opens file.
 void OpenReader(TSignalRead& r, const std::string& file);
+
+/// A precision by its short name (double, single, int32, uint32, int16, uint16, int8, uint8,
+/// mulaw, alaw, int24) or its value name ("prSmallInt"); CLI::ValidationError naming `option`
+/// and the choices otherwise.
+TPrecision ParsePrecision(const std::string& name, const std::string& option = "--precision");
 
 /// Precisions a wave file stores.
 bool WaveWritable(TPrecision p);

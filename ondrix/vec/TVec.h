@@ -13,6 +13,11 @@ namespace ondrix {
 
 using TCplx = std::complex<double>;
 
+/// Restarts the streams of vectors not yet created: from now on, each never-seeded vector's
+/// random stream follows from this seed and the order in which vectors are created, so a
+/// program that seeds first repeats its noise exactly (and another seed gives other noise).
+void SeedRandomStreams(std::uint64_t seed);
+
 class TVec;
 
 /// Event fired by a vector whenever its length or its complex flag changes.

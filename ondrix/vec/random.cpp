@@ -15,10 +15,11 @@ std::uint64_t SplitMix64(std::uint64_t& x) {
   return z ^ (z >> 31);
 }
 
+std::atomic<std::uint64_t> defaultSeedCounter{0x5DEECE66Dull};
+
 // Gives every never-seeded vector its own stream, reproducibly within a run.
 std::uint64_t NextDefaultSeed() {
-  static std::atomic<std::uint64_t> counter{0x5DEECE66Dull};
-  std::uint64_t x = counter.fetch_add(1) * 0x9E3779B97F4A7C15ull;
+  std::uint64_t x = defaultSeedCounter.fetch_add(1) * 0x9E3779B97F4A7C15ull;
   return SplitMix64(x);
 }
 
@@ -94,6 +95,11 @@ void TXoshiro256::Seed(std::uint64_t seed) {
 }
 
 TVec::RandomState::RandomState() : engine(NextDefaultSeed()) {}
+
+void SeedRandomStreams(std::uint64_t seed) {
+  std::uint64_t x = seed;
+  defaultSeedCounter = SplitMix64(x);
+}
 
 TVec::RandomState& TVec::Random() {
   if (!random_) random_ = std::make_unique<RandomState>();

@@ -144,9 +144,34 @@ TEST_F(ToolFiles, SpectrumReadsTonesBetweenLinesAndNoiseDensity) {
   EXPECT_NEAR(mean, sd * sd / (fs / 2), 0.02 * sd * sd / (fs / 2));
 }
 
+TEST_F(ToolFiles, GenerateWritesTheFormulasChannelByChannel) {
+  const double fs = 8000;
+  auto gen = [&](const std::string& file, const std::string& args) {
+    const auto [rc, out] = Tool("generate -q " + Path(file) + " --fs 8000 --block 1000 " + args);
+    EXPECT_EQ(rc, 0) << out;
+    return ReadWhole(Path(file));
+  };
+  // 1.3 s is not whole blocks; the operators, the phase in degrees and unary minus
+  const TVec x = gen("a.dat", "-d 1.3 \"0.5*sine(1000, 1, 30) - -0.25\" \"(1 + 0.5*square(10))*2\"");
+  ASSERT_EQ(x.Length(), 2 * 10400);
+  for (int i = 0; i < 10400; ++i) {
+    ASSERT_NEAR(x.Values(2 * i), 0.5 * std::sin(2 * M_PI * 1000 * i / fs + M_PI / 6) + 0.25, 1e-12) << i;
+    ASSERT_NEAR(std::fabs(x.Values(2 * i + 1) - 2.0), 1.0, 1e-12) << i;  // a square wave of ±1 around 1
+  }
+  // noise is the same for a seed and differs between seeds; its spread is the one asked for
+  const TVec n1 = gen("n1.dat", "--seed 5 \"noise(0.1)\""), n2 = gen("n2.dat", "--seed 5 \"noise(0.1)\""),
+             n3 = gen("n3.dat", "--seed 6 \"noise(0.1)\"");
+  EXPECT_TRUE(Near(n1, n2, 0));
+  EXPECT_FALSE(Near(n1, n3, 0.1));
+  EXPECT_NEAR(n1.StdDev(), 0.1, 0.003);
+  const auto [rc, out] = Tool("generate " + Path("b.dat") + " --fs 8000 \"sine(4000)\"");
+  EXPECT_EQ(rc, 2);
+  EXPECT_THAT(out, HasSubstr("sine(): frequency 4000 Hz is not below half the sampling rate (4000 Hz)"));
+}
+
 TEST_F(ToolFiles, UsageErrorsExitWithTwoAndSayWhatIsAllowed) {
   WriteBlocks(Path("m.wav"), {Vec(std::vector<double>(1000, 0.0))}, 1, prSmallInt, 8000);
-  const std::string m = " " + Path("m.wav");
+  const std::string m = std::string(" ").append(Path("m.wav"));  // " " + s trips a GCC 12 false -Wrestrict
   const struct {
     std::string args, says;
     int rc;
