@@ -12,6 +12,7 @@
 #include "apps/ondrix/file_commands.h"
 #include "apps/ondrix/generate_command.h"
 #include "apps/ondrix/multirate_commands.h"
+#include "apps/ondrix/run_command.h"
 #include "apps/ondrix/spectrum_command.h"
 #include "apps/ondrix/tool_common.h"
 #include "ondrix/version.h"
@@ -101,6 +102,7 @@ int main(int argc, char** argv) {
   AddGenerateCommand(app, commands);
   AddSpectrumCommand(app, commands);
   AddMultiRateCommands(app, commands);
+  AddRunCommand(app, commands);
   AddAudioCommands(app, commands);
 
   if (argc > 1 && argv[1][0] != '-') {

@@ -44,6 +44,14 @@ const TClassInfo* GetClass(std::string_view ClassName) {
   return it == r.Classes.end() ? nullptr : it->second;
 }
 
+std::vector<const TClassInfo*> RegisteredClasses() {
+  TRegistry& r = Registry();
+  std::lock_guard lock(r.Lock);
+  std::vector<const TClassInfo*> out;
+  for (const auto& [name, info] : r.Classes) out.push_back(info);
+  return out;
+}
+
 const TClassInfo& FindClass(std::string_view ClassName) {
   const TClassInfo* info = GetClass(ClassName);
   if (!info) throw EClassNotFound("Class " + std::string(ClassName) + " not found");

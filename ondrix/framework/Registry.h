@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string_view>
+#include <vector>
 
 #include "ondrix/framework/ClassInfo.h"
 
@@ -17,6 +18,9 @@ void UnRegisterClass(const TClassInfo& Info);
 const TClassInfo& FindClass(std::string_view ClassName);
 /// The registered class of that name, or nullptr.
 const TClassInfo* GetClass(std::string_view ClassName);
+
+/// Every registered class, by name.
+std::vector<const TClassInfo*> RegisteredClasses();
 
 /// Creates a component (without owner) of a registered class. EClassNotFound for an
 /// unknown name; EFilerError when the class cannot be created or is not a component.

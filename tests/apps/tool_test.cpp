@@ -5,6 +5,7 @@
 #include <cmath>
 #include <complex>
 #include <cstdio>
+#include <fstream>
 #include <memory>
 
 #include <nlohmann/json.hpp>
@@ -167,6 +168,33 @@ TEST_F(ToolFiles, GenerateWritesTheFormulasChannelByChannel) {
   const auto [rc, out] = Tool("generate " + Path("b.dat") + " --fs 8000 \"sine(4000)\"");
   EXPECT_EQ(rc, 2);
   EXPECT_THAT(out, HasSubstr("sine(): frequency 4000 Hz is not below half the sampling rate (4000 Hz)"));
+}
+
+TEST_F(ToolFiles, RunPullsAHandWrittenGraphWithSharedSourcesToItsEnd) {
+  const int n = 16000;
+  std::vector<double> values(n);
+  for (int i = 0; i < n; ++i) values[i] = std::sin(2 * M_PI * 500 * i / 8000.0) + std::sin(2 * M_PI * 3000 * i / 8000.0);
+  WriteBlocks(Path("in.dat"), {Vec(values)}, 1, prDouble, 8000);
+  // the writer and the analyzer both read "Slow": each must see every block
+  std::ofstream(Path("g.json")) << R"({"class": "TComponent", "name": "Graph", "components": [
+    {"class": "TSignalRead", "name": "Reader", "properties": {"FileName": ")" << Path("in.dat") << R"(",
+      "Length": 1000, "LastFrameCheck": "lfcAdjustLength"}},
+    {"class": "TSignalDecimator", "name": "Slow", "properties": {"Input": "Reader", "Factor": 2}},
+    {"class": "TSignalWrite", "name": "Writer", "properties": {"Input": "Slow", "FileName": ")" << Path("out.dat") << R"("}},
+    {"class": "TSpectrumAnalyzer", "name": "Spectrum", "properties": {"Inputs": [{"properties": {"Input": "Slow"}}]}}]})";
+  const auto [rc, out] = Tool("run -q " + Path("g.json"));
+  ASSERT_EQ(rc, 0) << out;
+  EXPECT_THAT(out, HasSubstr("Writer (TSignalWrite): 16 block(s), to the end"));
+  EXPECT_THAT(out, HasSubstr("Spectrum (TSpectrumAnalyzer): 16 block(s), to the end"));
+  const TVec y = ReadWhole(Path("out.dat"));
+  ASSERT_EQ(y.Length(), n / 2);
+  const TVec tail = Slice(y, 4000, 4000);  // whole periods, past the filters' start
+  EXPECT_NEAR(Tone(tail, 0, 1, 500, 4000), 1.0, 1e-3);
+  EXPECT_LT(Tone(tail, 0, 1, 1000, 4000), 1e-3);  // 3000 Hz would fold onto 1000 Hz
+
+  EXPECT_THAT(Tool("run --list").second, HasSubstr("\nTSignalFilter\n"));
+  EXPECT_THAT(Tool("run --describe TSignalDecimator").second, HasSubstr("Factor"));
+  EXPECT_EQ(Tool("run --describe TNoSuchThing").first, 2);
 }
 
 TEST_F(ToolFiles, UsageErrorsExitWithTwoAndSayWhatIsAllowed) {
