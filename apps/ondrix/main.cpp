@@ -10,6 +10,7 @@
 #include "apps/ondrix/audio_commands.h"
 #include "apps/ondrix/demo_command.h"
 #include "apps/ondrix/file_commands.h"
+#include "apps/ondrix/filter_commands.h"
 #include "apps/ondrix/generate_command.h"
 #include "apps/ondrix/multirate_commands.h"
 #include "apps/ondrix/run_command.h"
@@ -101,6 +102,7 @@ int main(int argc, char** argv) {
   AddFileCommands(app, commands);
   AddGenerateCommand(app, commands);
   AddSpectrumCommand(app, commands);
+  AddFilterCommands(app, commands);
   AddMultiRateCommands(app, commands);
   AddRunCommand(app, commands);
   AddAudioCommands(app, commands);

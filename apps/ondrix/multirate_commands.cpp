@@ -1,5 +1,6 @@
 #include "apps/ondrix/multirate_commands.h"
 
+#include "apps/ondrix/channel_stages.h"
 #include "apps/ondrix/tool_common.h"
 
 #include <unistd.h>
@@ -22,53 +23,13 @@ namespace ondrix::app {
 
 namespace {
 
-/// One single-channel stage per channel of its input: splits each interleaved block into
-/// channels, runs every channel through its own stage and interleaves the results.
-class TChannelStages : public TSignal {
-public:
-  using TMaker = std::function<std::unique_ptr<TSignalDecimator>()>;
-  TChannelStages(TMaker make, int channels) : TSignal(nullptr) {
-    SetUsesInputs(true);
-    for (int c = 0; c < channels; ++c) stages_.push_back(make());
-  }
-  ~TChannelStages() override { BeginDestroy(); }
-  TSignalDecimator& Stage(int c) { return *stages_[static_cast<size_t>(c)]; }
-  /// Samples are held back until a channel has this many (the envelope detector refuses
-  /// shorter blocks); fewer left at the end are dropped.
-  int MinBlock = 0;
-
-  TPipeState InternalUpdate() override {
-    const TSignal& in = *Input();
-    const int ch = static_cast<int>(stages_.size()), n = in.Length() / ch, held = pending_.Length() / ch;
-    pending_.SetLength((held + n) * ch);
-    pending_.Copy(in.Data(), 0, held * ch, n * ch);
-    Data().Size(0, false);
-    if (held + n >= MinBlock) {
-      for (int c = 0; c < ch; ++c) {
-        chan_.Size(held + n, false);
-        for (int i = 0; i < held + n; ++i) chan_.Values(i) = pending_.Values(i * ch + c);
-        stages_[static_cast<size_t>(c)]->Process(chan_, out_);
-        if (c == 0) Data().Size(out_.Length() * ch, false);
-        for (int i = 0; i < out_.Length(); ++i) Data().Values(i * ch + c) = out_.Values(i);
-      }
-      pending_.SetLength(0);
-    }
-    SetSamplingFrequency(in.SamplingFrequency() / stages_[0]->Factor());
-    return pipeOK;
-  }
-
-private:
-  std::vector<std::unique_ptr<TSignalDecimator>> stages_;
-  TVec pending_, chan_, out_;
-};
-
 int Run(const MultiRateOptions& o, bool envelope) {
   TSignalRead reader(nullptr);
   OpenReader(reader, o.in);
   if (std::filesystem::exists(o.out) && std::filesystem::equivalent(o.in, o.out))
     throw std::runtime_error("the output would overwrite the input");
   const double ripple = std::pow(10.0, -o.attenuation / 20.0);
-  TChannelStages stages(
+  TChannelStages<TSignalDecimator> stages(
       [&]() -> std::unique_ptr<TSignalDecimator> {
         std::unique_ptr<TSignalDecimator> d;
         if (envelope)
@@ -80,7 +41,7 @@ int Run(const MultiRateOptions& o, bool envelope) {
         d->SetTransBW(o.transition);
         return d;
       },
-      std::max(reader.ChannelCount(), 1));
+      std::max(reader.ChannelCount(), 1), 1.0 / o.factor);
   stages.SetInput(&reader);
   if (envelope) stages.MinBlock = o.factor;
   TSignalWrite writer(nullptr);
@@ -94,7 +55,7 @@ int Run(const MultiRateOptions& o, bool envelope) {
   reader.SetLastFrameCheck(lfcAdjustLength);
   reader.SetLength(NaturalFrame(reader, std::max(4096, o.factor)));
   reader.SetRecordPosition(0);
-  const double delay = stages.Stage(0).Delay();
+  const double delay = stages.Item(0).Delay();
   Progress progress(envelope ? "envelope" : "decimating", reader.RecordLength(), o.quiet);
   double done = 0;
   while (writer.Pull() == pipeOK) {

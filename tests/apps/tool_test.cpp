@@ -170,6 +170,37 @@ TEST_F(ToolFiles, GenerateWritesTheFormulasChannelByChannel) {
   EXPECT_THAT(out, HasSubstr("sine(): frequency 4000 Hz is not below half the sampling rate (4000 Hz)"));
 }
 
+TEST_F(ToolFiles, FilterMeetsItsDesignOnEveryChannel) {
+  const int n = 24000;
+  std::vector<double> values(2 * n);
+  for (int i = 0; i < n; ++i) {
+    values[2 * i] = std::sin(2 * M_PI * 500 * i / 8000.0) + std::sin(2 * M_PI * 3000 * i / 8000.0);
+    values[2 * i + 1] = 0.5 * std::sin(2 * M_PI * 2000 * i / 8000.0);
+  }
+  WriteBlocks(Path("in.dat"), {Vec(values)}, 2, prDouble, 8000);
+  const std::string spec = " --pass 1000 --stop 1500 --attenuation 70 --ripple 0.05";
+  for (const char* method : {"fir", "remez", "elliptic", "chebyshev2"}) {
+    const auto [rc, out] = Tool(std::string("filter -q ") + Path("in.dat") + " " + Path("out.dat") + spec + " -m " + method);
+    ASSERT_EQ(rc, 0) << out;
+    const TVec y = ReadWhole(Path("out.dat"));
+    ASSERT_EQ(y.Length(), 2 * n);
+    const TVec tail = Slice(y, 2 * 8000, 2 * 16000);  // whole periods, past the start
+    EXPECT_NEAR(Tone(tail, 0, 2, 500, 8000), 1.0, 0.006) << method;  // 0.05 dB
+    EXPECT_LT(Tone(tail, 0, 2, 3000, 8000), std::pow(10.0, -70 / 20.0)) << method;
+    EXPECT_LT(Tone(tail, 1, 2, 2000, 8000), 0.5 * std::pow(10.0, -70 / 20.0)) << method;
+  }
+  // a design saved as JSON filters exactly as the options it was made from
+  const auto [rc, json] = Tool("design --json --fs 8000 -m elliptic" + spec);
+  ASSERT_EQ(rc, 0) << json;
+  std::ofstream(Path("d.json")) << json;
+  const auto j = nlohmann::json::parse(json);
+  EXPECT_EQ(j["sos"].size(), (j["order"].get<std::size_t>() + 1) / 2);
+  ASSERT_EQ(Tool("filter -q " + Path("in.dat") + " " + Path("a.dat") + " --design " + Path("d.json")).first, 0);
+  ASSERT_EQ(Tool("filter -q " + Path("in.dat") + " " + Path("b.dat") + " -m elliptic" + spec).first, 0);
+  EXPECT_TRUE(Near(ReadWhole(Path("a.dat")), ReadWhole(Path("b.dat")), 0));
+  EXPECT_EQ(Tool("design --fs 8000 --pass 1500 --stop 1000").first, 2);
+}
+
 TEST_F(ToolFiles, RunPullsAHandWrittenGraphWithSharedSourcesToItsEnd) {
   const int n = 16000;
   std::vector<double> values(n);
