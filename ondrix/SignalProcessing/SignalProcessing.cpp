@@ -16,7 +16,8 @@ std::vector<const TClassInfo*> SignalProcessingClasses() {
           &TSignalDecBufferList::StaticClassInfo(), &TSignalBufferList::StaticClassInfo(),
           &TSignalStoreBufferList::StaticClassInfo(), &TSignalDemux::StaticClassInfo(),
           &TSignalMux::StaticClassInfo(), &TSignalDemuxList::StaticClassInfo(),
-          &TSignalMuxList::StaticClassInfo()};
+          &TSignalMuxList::StaticClassInfo(), &TSpectrumFilter::StaticClassInfo(),
+          &TSpectrumFilterList::StaticClassInfo()};
 }
 
 void RegisterSignalProcessingClasses() {

@@ -1,7 +1,7 @@
 // The signal-processing unit: the signal generator and its expression lines, the signal
 // filter with its band layouts, and the multirate components (decimator, interpolator,
-// sub-band demodulator, envelope detector), the buffers that change the block size, and the
-// channel multiplexer and demultiplexer. Including this header registers the unit's
+// sub-band demodulator, envelope detector), the buffers that change the block size, the
+// channel multiplexer and demultiplexer, and the spectrum filter. Including this header registers the unit's
 // components with the class registry.
 #pragma once
 
@@ -16,6 +16,7 @@
 #include "ondrix/SignalProcessing/SignalGenerator.h"
 #include "ondrix/SignalProcessing/SignalMultiRate.h"
 #include "ondrix/SignalProcessing/SignalMux.h"
+#include "ondrix/SignalProcessing/SpectrumFilter.h"
 
 namespace ondrix {
 

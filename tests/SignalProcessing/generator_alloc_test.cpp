@@ -95,3 +95,20 @@ TEST(BufferMuxAllocation, SteadyStatePullsAllocateNothing) {
   EXPECT_EQ(demux.Length(), 1000);
 #endif
 }
+
+// The spectrum filter: blocks of a size seen before allocate nothing.
+TEST(SpectrumFilterAllocation, BlocksAfterTheFirstAllocateNothing) {
+#if !ONDRIX_COUNT_ALLOCATIONS
+  GTEST_SKIP() << "allocation counting needs the C library's allocator (not under the sanitizer)";
+#else
+  auto g = Gen(48000.0, 4096, FunctionLine(funSine, {1000.0, 0.0, 1.0}), FunctionLine(funRandGauss, {0.0, 0.1}),
+               OperatorLine(opAdd));
+  TSpectrumFilter filter(nullptr);
+  filter.SetInput(g.get());
+  filter.SetSmoothing(9);
+  filter.Pull();
+  AllocationCounter counter;
+  for (int b = 0; b < 10; ++b) filter.Pull();
+  EXPECT_TRUE(counter.Valid() && counter.Count() == 0);
+#endif
+}
