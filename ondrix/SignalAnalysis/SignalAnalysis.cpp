@@ -9,7 +9,12 @@ std::vector<const TClassInfo*> SignalAnalysisClasses() {
           &TSpectrumPeaksAnalyzer::StaticClassInfo(), &TSpectrumPeakInterpolation::StaticClassInfo(),
           &TSpectrumCZT::StaticClassInfo(),           &TSpectrumBandsAnalyzer::StaticClassInfo(),
           &TSpectrumBands::StaticClassInfo(),         &TBandRecord::StaticClassInfo(),
-          &TSpectrumReport::StaticClassInfo()};
+          &TSpectrumReport::StaticClassInfo(),
+          &TCrossSpectrumAnalyzer::StaticClassInfo(), &TCrossAnalyzer::StaticClassInfo(),
+          &TCrossSpectrumAnalyzerList::StaticClassInfo(), &TBiSpectrumAnalyzer::StaticClassInfo(),
+          &TBiAnalyzer::StaticClassInfo(),            &TBiSpectrumAnalyzerList::StaticClassInfo(),
+          &TSignalAnalyzer::StaticClassInfo(),        &TSignalReport::StaticClassInfo(),
+          &TSignalAnalyzerList::StaticClassInfo()};
 }
 
 void RegisterSignalAnalysisClasses() {

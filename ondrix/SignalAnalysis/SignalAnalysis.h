@@ -7,6 +7,9 @@
 
 #include "ondrix/OndrixTools/OndrixTools.h"
 #include "ondrix/SignalAnalysis/AnalysisTypes.h"
+#include "ondrix/SignalAnalysis/BiSpectrum.h"
+#include "ondrix/SignalAnalysis/CrossSpectrum.h"
+#include "ondrix/SignalAnalysis/SignalAnalyzer.h"
 #include "ondrix/SignalAnalysis/SpectrumAnalyzer.h"
 #include "ondrix/SignalAnalysis/SpectrumBands.h"
 #include "ondrix/SignalAnalysis/SpectrumCZT.h"

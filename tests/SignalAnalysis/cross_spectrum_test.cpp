@@ -1,0 +1,276 @@
+// The cross-spectrum analyzer: csd, welch, coherence and |H1| against scipy.signal on the same
+// frames (tests/data/cross_scipy.f64), a Butterworth system's response (cross_iir.f64), both
+// written by tests/gen_cross_reference.py; the edge cases and the two accumulation modes.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <string>
+
+#include "../common/vec_compare.h"
+#include "../sigcore/reference_records.h"
+#include "analyzer_helpers.h"
+#include "ondrix/framework/Registry.h"
+#include "ondrix/framework/TStream.h"
+
+using namespace ondrix;
+using namespace ondrix::testing;
+
+namespace {
+
+/// A cross analyzer named "Cross" between two plain signals.
+struct TCrossRig {
+  std::unique_ptr<TSignal> x = std::make_unique<TSignal>(nullptr);
+  std::unique_ptr<TSignal> y = std::make_unique<TSignal>(nullptr);
+  std::unique_ptr<TCrossSpectrumAnalyzer> an = std::make_unique<TCrossSpectrumAnalyzer>(nullptr);
+
+  explicit TCrossRig(double fs) {
+    x->SetSamplingFrequency(fs);
+    y->SetSamplingFrequency(fs);
+    an->SetName("Cross");
+    an->SetInput(x.get());
+    an->SetOutput(y.get());
+  }
+  void Feed(const TVec& xs, const TVec& ys) {
+    x->SetData(xs);
+    y->SetData(ys);
+    an->Update();
+  }
+  /// Frames of n samples every hop samples of the two streams.
+  void FeedStreams(const TVec& xs, const TVec& ys, int n, int hop) {
+    TVec a(n), b(n);
+    for (int s = 0; s + n <= xs.Length(); s += hop) {
+      a.Copy(xs, s, 0, n);
+      b.Copy(ys, s, 0, n);
+      Feed(a, b);
+    }
+  }
+  TCrossAnalyzer& ca() const { return *an->CrossAnalyzer(); }
+  TCrossSpectrumAnalyzer* operator->() const { return an.get(); }
+};
+
+/// Largest relative difference of got[k]·factor from ref[k], k = 1 .. count − 1, over the
+/// lines where |ref| is above 10⁻⁶ of its largest value.
+double RelErr(const TVec& got, const TVec& ref, int count, double factor) {
+  double top = 0, err = 0;
+  for (int k = 1; k < count; ++k) top = std::max(top, std::abs(At(ref, k)));
+  for (int k = 1; k < count; ++k) {
+    const double r = std::abs(At(ref, k));
+    if (r > 1e-6 * top) err = std::max(err, std::abs(factor * At(got, k) - At(ref, k)) / r);
+  }
+  return err;
+}
+
+/// y = lfilter(b, a, x) (a[0] = 1), transposed direct form II.
+TVec Filter(const std::vector<double>& b, const std::vector<double>& a, const TVec& x) {
+  std::vector<double> z(b.size(), 0.0);
+  TVec y(x.Length());
+  for (int n = 0; n < x.Length(); ++n) {
+    const double v = b[0] * x.Values(n) + z[0];
+    for (size_t i = 1; i < b.size(); ++i) z[i - 1] = b[i] * x.Values(n) + z[i] - a[i] * v;
+    y.Values(n) = v;
+  }
+  return y;
+}
+
+}  // namespace
+
+TEST(CrossSpectrum, AveragesMatchScipyOnTheSameOverlappedFrames) {
+  const auto r = test::ReadRecords("cross_scipy.f64");
+  ASSERT_EQ(r.size(), 8u);
+  const double fs = r[0][0];
+  const int n = static_cast<int>(r[0][1]), hop = n - static_cast<int>(r[0][2]);
+  const TVec x = test::ToVec(r[1]), y = test::ToVec(r[2]);
+  const TVec pxy = test::ToVec(r[3], true), pxx = test::ToVec(r[4]), pyy = test::ToVec(r[5]);
+  const TVec coh = test::ToVec(r[6]), h1 = test::ToVec(r[7]);
+  for (bool recursive : {true, false}) {
+    TCrossRig rig(fs);
+    rig->SetWindow(wtHanning);
+    rig.ca().SetRecursive(recursive);
+    rig.FeedStreams(x, y, n, hop);
+    if (!recursive) rig->UpdateSpectrum();
+    ASSERT_EQ(rig.ca().CrossSpectrum().Length(), n / 2);
+    // Our lines are |X|²/(Σw)²; welch and csd double the one-sided lines above 0 Hz.
+    EXPECT_LT(RelErr(rig.ca().CrossSpectrum(), pxy, n / 2, 2.0), 1e-9) << recursive;
+    EXPECT_LT(RelErr(rig.ca().InputSpectrum(), pxx, n / 2, 2.0), 1e-9);
+    EXPECT_LT(RelErr(rig.ca().OutputSpectrum(), pyy, n / 2, 2.0), 1e-9);
+    EXPECT_LT(RelErr(rig.ca().Coherence(), coh, n / 2, 1.0), 1e-9);
+    // What the component shows, per Transform.
+    const struct {
+      TCrossTransform t;
+      TSpectrumType type;
+      const TVec& ref;
+      double factor;
+    } shown[] = {{ctCoherence, stAmplitude, coh, 1.0},
+                 {ctTransferFunction, stAmplitude, h1, 1.0},
+                 {ctCrossSpectrum, stPower, pxy, 2.0},
+                 {ctOutputSpectrum, stPower, pyy, 2.0}};
+    for (const auto& s : shown) {
+      rig.ca().SetTransform(s.t);
+      rig->SetSpectrumType(s.type);
+      rig->BrowseCrossSpectrum();
+      ASSERT_EQ(rig->Length(), n / 2);
+      TVec ref;
+      ref.Mag(s.ref);
+      EXPECT_LT(RelErr(rig->Amplt(), ref, n / 2, s.factor), 1e-9) << s.t;
+      EXPECT_NEAR(rig->LineFrequency(10), 10 * fs / n, 1e-12);
+    }
+  }
+}
+
+TEST(CrossSpectrum, IdenticalChannelsHaveCoherenceOneAndUnitTransfer) {
+  TCrossRig rig(1000.0);
+  rig->SetOutput(rig.x.get());  // the same signal on both inputs
+  rig->SetWindow(wtHanning);
+  rig.ca().SetTransform(ctTransferFunction);
+  for (int f = 0; f < 4; ++f) {
+    rig.x->SetData(Noise(256, 100 + f));
+    rig->Update();
+  }
+  const TVec& c = rig.ca().Coherence();
+  ASSERT_EQ(c.Length(), 128);
+  for (int k = 1; k < c.Length(); ++k) EXPECT_NEAR(c.Values(k), 1.0, 1e-12) << k;
+  const std::pair<TSpectrumType, double> types[] = {
+      {stAmplitude, 1.0}, {stRmsAmplitude, std::sqrt(0.5)}, {stPower, 1.0}, {stDoubleAmplitude, 2.0}};
+  for (const auto& [type, want] : types) {
+    rig->SetSpectrumType(type);
+    rig->BrowseCrossSpectrum();
+    for (int k = 1; k < rig->Length(); ++k) ASSERT_NEAR(rig->Amplt().Values(k), want, 1e-12) << type << " " << k;
+  }
+  rig->SetSpectrumType(stComplex);
+  rig->BrowseCrossSpectrum();
+  for (int k = 1; k < rig->Length(); ++k) {
+    ASSERT_NEAR(rig->Amplt().Values(k), 1.0, 1e-12);
+    ASSERT_NEAR(rig->Phase().Values(k), 0.0, 1e-12);
+  }
+}
+
+TEST(CrossSpectrum, FailuresRaiseTheirMessagesBeforeAnythingChanges) {
+  const struct {
+    std::function<void(TCrossRig&)> breakIt;
+    std::string message;
+  } cases[] = {
+      {[](TCrossRig& g) { g->SetOutput(nullptr); }, "Output = nil"},
+      {[](TCrossRig& g) { g.y->SetSamplingFrequency(999.0); }, "Input.SamplingFrequency <> Output.SamplingFrequency"},
+      {[](TCrossRig& g) { g->SetMethod(smBurg); }, "not ((Method = smfFFT) or (Method = smfCZT))"},
+      {[](TCrossRig& g) { g->SetMethod(smRealCepstrum); }, "not ((Method = smfFFT) or (Method = smfCZT))"},
+  };
+  for (const auto& c : cases) {
+    TCrossRig rig(1000.0);
+    rig.Feed(Noise(128, 1), Noise(128, 2));
+    const TVec before = rig.ca().CrossSpectrum();
+    c.breakIt(rig);
+    rig.x->SetData(Noise(128, 3));
+    try {
+      rig->Update();
+      ADD_FAILURE() << "no exception for " << c.message;
+    } catch (const std::exception& e) {
+      EXPECT_EQ(std::string(e.what()), "Cross: " + c.message);
+    }
+    EXPECT_EQ(rig->Stats()->Averaged(), 1u) << c.message;
+    EXPECT_EQ(MaxDiff(rig.ca().CrossSpectrum(), before), 0.0) << c.message;
+  }
+}
+
+TEST(CrossSpectrum, WithoutRecursiveSumsWaitForUpdateWhichDividesEachTime) {
+  TCrossRig sums(1000.0), means(1000.0);
+  sums.ca().SetRecursive(false);
+  const TVec shownBefore = sums->Amplt();
+  for (int f = 0; f < 5; ++f) {
+    const TVec a = Noise(200, 10 + f), b = Sum(Noise(200, 10 + f), Noise(200, 50 + f, 0.3));
+    sums.Feed(a, b);
+    means.Feed(a, b);
+    TVec scaled(means.ca().CrossSpectrum());
+    scaled.Scale(f + 1.0);
+    EXPECT_TRUE(Near(sums.ca().CrossSpectrum(), scaled, 1e-13)) << f;
+    EXPECT_EQ(MaxDiff(sums->Amplt(), shownBefore), 0.0);  // nothing shown while accumulating
+  }
+  sums.ca().Update();
+  EXPECT_TRUE(Near(sums.ca().CrossSpectrum(), means.ca().CrossSpectrum(), 1e-13));
+  EXPECT_TRUE(Near(sums.ca().InputSpectrum(), means.ca().InputSpectrum(), 1e-13));
+  EXPECT_TRUE(Near(sums.ca().Coherence(), means.ca().Coherence(), 1e-12));
+  sums.ca().Update();
+  TVec again(means.ca().OutputSpectrum());
+  again.Scale(1.0 / 5);
+  EXPECT_TRUE(Near(sums.ca().OutputSpectrum(), again, 1e-13));
+}
+
+TEST(CrossSpectrum, TransferFunctionOfAnIirSystemWithinTheStatisticalError) {
+  const auto r = test::ReadRecords("cross_iir.f64");
+  ASSERT_EQ(r.size(), 4u);
+  const double fs = r[0][0];
+  const int n = static_cast<int>(r[0][1]), frames = 64;
+  const TVec H = test::ToVec(r[3], true);
+  const TVec x = Noise(n * frames, 7);
+  const TVec y = Sum(Filter(r[1], r[2], x), Noise(n * frames, 8, 0.02));
+  TCrossRig rig(fs);
+  rig->SetWindow(wtHanning);
+  rig->SetSpectrumType(stComplex);
+  rig.ca().SetTransform(ctTransferFunction);
+  rig.FeedStreams(x, y, n, n);
+  ASSERT_EQ(rig->Length(), n / 2);
+  // |Ĥ − H|²/|H|² has the expectation (1 − γ²)/(frames·γ²) for the H1 estimate.
+  double chi2 = 0, worst = 0;
+  int lines = 0;
+  for (int k = 1; k < n / 2; ++k) {
+    if (std::abs(H.CValues(k)) < 0.05) continue;
+    const double g2 = rig.ca().Coherence().Values(k);
+    const double sigma = std::sqrt((1 - g2) / (frames * g2));
+    const TCplx h(rig->Amplt().Values(k), rig->Phase().Values(k));
+    const double z = std::abs(h - H.CValues(k)) / std::abs(H.CValues(k)) / sigma;
+    chi2 += z * z, worst = std::max(worst, z), ++lines;
+  }
+  ASSERT_GT(lines, 50);
+  EXPECT_LT(worst, 5.0);
+  EXPECT_GT(chi2 / lines, 0.3);
+  EXPECT_LT(chi2 / lines, 3.0);
+}
+
+TEST(CrossSpectrum, AveragingModesAndRestarts) {
+  TCrossRig rig(1000.0);
+  rig->Stats()->SetAveraging(avLinear);
+  rig->Stats()->SetAverages(3);
+  for (int f = 0; f < 3; ++f) rig.Feed(Noise(128, f), Noise(128, 20 + f));
+  const TVec frozen = rig.ca().CrossSpectrum();
+  rig.Feed(Noise(128, 9), Noise(128, 29));
+  EXPECT_EQ(rig->Stats()->Averaged(), 3u);
+  EXPECT_EQ(MaxDiff(rig.ca().CrossSpectrum(), frozen), 0.0);
+
+  rig->Stats()->SetAveraging(avExponentInf);
+  rig->Stats()->SetExpDecay(4);
+  rig.Feed(Noise(128, 5), Noise(128, 25));
+  TVec expected(rig.ca().InstantCrossSpectrum());
+  rig.Feed(Noise(128, 6), Noise(128, 26));
+  expected.Scale(0.75);
+  TVec part(rig.ca().InstantCrossSpectrum());
+  part.Scale(0.25);
+  expected.Add(part);
+  EXPECT_TRUE(Near(rig.ca().CrossSpectrum(), expected, 1e-14));
+
+  rig.Feed(Noise(256, 7), Noise(256, 27));  // a new frame length starts again
+  EXPECT_EQ(rig->Stats()->Averaged(), 1u);
+  EXPECT_EQ(MaxDiff(rig.ca().CrossSpectrum(), rig.ca().InstantCrossSpectrum()), 0.0);
+}
+
+TEST(CrossSpectrum, PropertiesDefaultsStreamingAndRegistry) {
+  TCrossSpectrumAnalyzer a(nullptr);
+  EXPECT_EQ(a.Stats()->Averaging(), avLinearInf);
+  EXPECT_EQ(a.CrossAnalyzer()->Transform(), ctInputSpectrum);
+  EXPECT_EQ(a.CrossAnalyzer()->Analysis().ToString(), "[caCoherence,caTransferFunction]");
+  a.CrossAnalyzer()->SetAnalysis(TCrossAnalysisSet::FromString("[ caTransferFunction ]"));
+  a.CrossAnalyzer()->SetRecursive(false);
+  a.CrossAnalyzer()->SetTransform(ctCoherence);  // not stored
+  TMemoryStream m;
+  a.SaveToStream(m);
+  m.Seek(0, soFromBeginning);
+  TCrossSpectrumAnalyzer b(nullptr);
+  b.LoadFromStream(m);
+  EXPECT_EQ(b.CrossAnalyzer()->Analysis(), TCrossAnalysisSet{caTransferFunction});
+  EXPECT_FALSE(b.CrossAnalyzer()->Recursive());
+  EXPECT_EQ(b.CrossAnalyzer()->Transform(), ctInputSpectrum);
+  EXPECT_THROW(TCrossAnalysisSet::FromString("[caPower]"), std::exception);
+  TCrossSpectrumAnalyzerList list(nullptr);
+  list.SetCount(1);
+  EXPECT_NE(dynamic_cast<TCrossSpectrumAnalyzer*>(list.Items(0)), nullptr);
+  EXPECT_NE(GetClass("TCrossAnalyzer"), nullptr);
+}
