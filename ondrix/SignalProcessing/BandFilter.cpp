@@ -2,8 +2,10 @@
 
 #include <cmath>
 #include <cstring>
+#include <nlohmann/json.hpp>
 
 #include "ondrix/framework/ClassBuilder.h"
+#include "ondrix/framework/Settings.h"
 
 namespace ondrix {
 
@@ -129,6 +131,39 @@ void TBandFilterList::LoadFromStream(TStream& Stream) {
   }
 }
 
+void TBandFilterList::SaveToJson(TFiler::TJson& Value) const {
+  Value = TFiler::TJson::array();
+  for (int i = 0; i < Count(); ++i) {
+    const TBandFilterRecord& b = *Items(i);
+    TFiler::TJson j = TFiler::TJson::object();
+    j["FreqStart"] = DoubleToSettingsJson(b.FreqStart);
+    j["FreqStop"] = DoubleToSettingsJson(b.FreqStop);
+    j["Gain"] = DoubleToSettingsJson(b.Gain);
+    j["Ripple"] = DoubleToSettingsJson(b.Ripple);
+    if (b.Extra != 0.0 || std::signbit(b.Extra)) j["Extra"] = DoubleToSettingsJson(b.Extra);
+    if (b.Flag != 0) j["Flag"] = b.Flag;
+    Value.push_back(std::move(j));
+  }
+}
+
+void TBandFilterList::LoadFromJson(const TFiler::TJson& Value) {
+  if (!Value.is_array()) throw EJsonPropertyError("", "an array of bands expected");
+  std::vector<TBandFilterRecord> bands(Value.size());
+  for (std::size_t i = 0; i < Value.size(); ++i) {
+    TJsonRecordReader r(Value[i], i);
+    TBandFilterRecord& b = bands[i];
+    b.FreqStart = r.Double("FreqStart");
+    b.FreqStop = r.Double("FreqStop");
+    b.Gain = r.Double("Gain");
+    b.Ripple = r.Double("Ripple");
+    b.Extra = r.Double("Extra", 0.0);
+    b.Flag = static_cast<unsigned char>(r.Integer("Flag", 0, 255, 0));
+    r.Finish();
+  }
+  Clear();
+  for (const TBandFilterRecord& b : bands) Add(b);
+}
+
 // --- TFilterList ---------------------------------------------------------------------------
 
 const TClassInfo& TFilterList::StaticClassInfo() {
@@ -154,9 +189,16 @@ void TFilterList::Assign(const TPersistent& Source) {
 
 void TFilterList::DefineProperties(TFiler& Filer) {
   TStreamTemplates::DefineProperties(Filer);
-  Filer.DefineBinaryProperty(
-      "Bands", [this](TStream& s) { bands_->LoadFromStream(s); }, [this](TStream& s) { bands_->SaveToStream(s); },
-      bands_->Count() > 0);
+  Filer.DefineJsonProperty(
+      "Bands",
+      [this](const TFiler::TJson& j, bool apply) {
+        TBandFilterList bands;
+        bands.LoadFromJson(j);
+        if (apply) bands_->Assign(bands);
+      },
+      [this](TFiler::TJson& j) { bands_->SaveToJson(j); }, true, bands_->Count() == 0);
+  // Files written before the bands were JSON hold the list's stream image.
+  Filer.DefineBinaryProperty("Bands", [this](TStream& s) { bands_->LoadFromStream(s); }, nullptr, false);
 }
 
 }  // namespace ondrix

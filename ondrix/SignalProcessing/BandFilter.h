@@ -90,6 +90,14 @@ public:
   /// negative or exceeds the bands the stream holds raises EReadError
   /// "TBandFilterList: band count out of range".
   void LoadFromStream(TStream& Stream) override;
+  /// The bands as settings files keep them, an array of one object per band with the
+  /// record's field names: {"FreqStart": 0, "FreqStop": 0.2, "Gain": 1, "Ripple": 0.5};
+  /// "Extra" and "Flag" only when they are not zero.
+  void SaveToJson(TFiler::TJson& Value) const;
+  /// Replaces the bands by those of Value (the SaveToJson form; the first four fields are
+  /// required). Malformed data raises EJsonPropertyError at the band ("[1].Gain") and leaves
+  /// the list as it was.
+  void LoadFromJson(const TFiler::TJson& Value);
 
 private:
   TObject* owner_;
@@ -110,7 +118,8 @@ public:
   TBandFilterList* Template() const noexcept { return bands_.get(); }
   /// From another TFilterList: the snapshots, the selection and the current bands.
   void Assign(const TPersistent& Source) override;
-  /// Stores the current bands as the binary property "Bands" (besides the snapshots).
+  /// Stores the current bands as the JSON property "Bands" (besides the snapshots, which
+  /// stay binary); the older binary form of "Bands" is still read.
   void DefineProperties(TFiler& Filer) override;
 
 private:

@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstring>
+#include <nlohmann/json.hpp>
 
 #include "ondrix/framework/ClassBuilder.h"
+#include "ondrix/framework/Settings.h"
 #include "ondrix/framework/errors.h"
 
 namespace ondrix {
@@ -184,6 +187,131 @@ TOperSignalType StringToOp(const std::string& Text) {
     if (t == name) return static_cast<TOperSignalType>(i);
   }
   return opNone;
+}
+
+// --- JSON form of the lines ------------------------------------------------------------------
+
+namespace {
+
+/// Lower case without spaces: "Unit impulse", "unit impulse" and "UnitImpulse" all match.
+std::string NameKey(const std::string& s) {
+  std::string k;
+  for (char c : s) {
+    if (c != ' ') k += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  }
+  return k;
+}
+
+std::string FuncName(TFuncSignalType Func, int Line) {
+  if (Func == funNone) return "none";
+  if (Func > funNone) {
+    throw EWriteError("[" + std::to_string(Line) + "]: function ordinal " + std::to_string(+Func) + " has no name");
+  }
+  return Lower(kFuncNames[Func]);
+}
+
+std::string OperName(TOperSignalType Oper, int Line) {
+  if (Oper == opNone) return "none";
+  if (Oper > opNone) {
+    throw EWriteError("[" + std::to_string(Line) + "]: operator ordinal " + std::to_string(+Oper) + " has no name");
+  }
+  return Lower(kOpNames[Oper]);
+}
+
+TFuncSignalType FuncFromName(const std::string& Name) {
+  const std::string k = NameKey(Name);
+  for (int i = 0; i < funNone; ++i) {
+    if (k == NameKey(kFuncNames[i])) return static_cast<TFuncSignalType>(i);
+  }
+  if (k == "none") return funNone;
+  return static_cast<TFuncSignalType>(funNone + 1);  // unknown
+}
+
+TOperSignalType OperFromName(const std::string& Name) {
+  static constexpr const char* kWords[] = {"add", "sub", "mul", "div"};
+  const std::string k = NameKey(Name);
+  for (int i = 0; i < opNone; ++i) {
+    if (k == NameKey(kOpNames[i])) return static_cast<TOperSignalType>(i);
+  }
+  for (int i = 0; i < 4; ++i) {
+    if (k == kWords[i]) return static_cast<TOperSignalType>(opAdd + i);
+  }
+  if (k == "none") return opNone;
+  return static_cast<TOperSignalType>(opNone + 1);  // unknown
+}
+
+TFiler::TJson LineToJson(const TFuncSignalRecord& Line, int Index) {
+  TFiler::TJson j = TFiler::TJson::object();
+  const bool function = Line.OpType == optFunction;
+  if (function) {
+    j["function"] = FuncName(Line.FuncType, Index);
+  } else if (Line.OpType == optOperator) {
+    j["operator"] = OperName(Line.OperType, Index);
+  } else {
+    throw EWriteError("[" + std::to_string(Index) + "]: line kind " + std::to_string(+Line.OpType) + " has no name");
+  }
+  // Trailing zeros are left out (a negative zero is kept: it is not the default).
+  std::size_t n = Line.Params.size();
+  while (n > 0 && Line.Params[n - 1] == 0.0 && !std::signbit(Line.Params[n - 1])) --n;
+  if (n > 0) {
+    TFiler::TJson params = TFiler::TJson::array();
+    for (std::size_t k = 0; k < n; ++k) params.push_back(DoubleToSettingsJson(Line.Params[k]));
+    j["params"] = std::move(params);
+  }
+  if (function && Line.Complex) j["complex"] = true;
+  if (function && !Line.Continuous) j["continuous"] = false;
+  if (!Line.Active) j["active"] = false;
+  return j;
+}
+
+TFuncSignalRecord LineFromJson(const TFiler::TJson& J, int Index) {
+  TJsonRecordReader r(J, static_cast<std::size_t>(Index));
+  const TFiler::TJson* func = r.Find("function");
+  const TFiler::TJson* oper = r.Find("operator");
+  if (!func == !oper) r.Fail("", "either \"function\" or \"operator\" expected");
+  TFuncSignalRecord line;
+  line.Active = r.Bool("active", true);
+  line.Continuous = true;
+  if (func) {
+    if (!func->is_string()) r.Fail(".function", "a function name expected");
+    line.OpType = optFunction;
+    line.FuncType = FuncFromName(func->get<std::string>());
+    if (line.FuncType > funNone) r.Fail(".function", "unknown function \"" + func->get<std::string>() + "\"");
+    line.Complex = r.Bool("complex", false);
+    line.Continuous = r.Bool("continuous", true);
+  } else {
+    if (!oper->is_string()) r.Fail(".operator", "an operator name expected");
+    line.OpType = optOperator;
+    line.OperType = OperFromName(oper->get<std::string>());
+    if (line.OperType > opNone) r.Fail(".operator", "unknown operator \"" + oper->get<std::string>() + "\"");
+  }
+  if (const TFiler::TJson* p = r.Find("params")) {
+    if (!p->is_array()) r.Fail(".params", "an array of numbers expected");
+    if (p->size() > line.Params.size()) {
+      r.Fail(".params", "at most 7 parameters allowed, " + std::to_string(p->size()) + " given");
+    }
+    for (std::size_t k = 0; k < p->size(); ++k) {
+      line.Params[k] = SettingsJsonToDouble((*p)[k], r.Path() + ".params[" + std::to_string(k) + "]");
+    }
+  }
+  r.Finish();
+  return line;
+}
+
+}  // namespace
+
+void TFuncSignalList::SaveToJson(TFiler::TJson& Value) const {
+  Value = TFiler::TJson::array();
+  for (int i = 0; i < Count(); ++i) Value.push_back(LineToJson(*Items(i), i));
+}
+
+void TFuncSignalList::LoadFromJson(const TFiler::TJson& Value) {
+  if (!Value.is_array()) throw EJsonPropertyError("", "an array of lines expected");
+  std::vector<TFuncSignalRecord> lines;
+  lines.reserve(Value.size());
+  for (std::size_t i = 0; i < Value.size(); ++i) lines.push_back(LineFromJson(Value[i], static_cast<int>(i)));
+  Clear();
+  for (const TFuncSignalRecord& line : lines) Add(line);
 }
 
 }  // namespace ondrix

@@ -185,6 +185,20 @@ public:
   /// stream cannot hold raises EReadError "TFuncSignalList: line count out of range".
   void LoadFromStream(TStream& Stream) override;
 
+  /// The lines as settings files keep them, an array of one object per line:
+  /// {"function": "sine", "params": [1000, 0, 1]}, {"operator": "+"}. Names are the lower-cased
+  /// display names (FuncToString, OpToString) or "none"; params leave out trailing zeros;
+  /// "active", "complex" (functions) and "continuous" (functions) appear only when they
+  /// differ from FunctionLine's and OperatorLine's defaults. Resync, Counter and Computed are
+  /// working state and are not written. An ordinal with no name (from a damaged stream)
+  /// raises EWriteError.
+  void SaveToJson(TFiler::TJson& Value) const;
+  /// Replaces the lines by those of Value (the SaveToJson form). Names are matched ignoring
+  /// case and spaces; "add", "sub", "mul" and "div" name the arithmetic operators too.
+  /// Malformed data raises EJsonPropertyError at the line ("[2].params") and leaves the
+  /// list as it was.
+  void LoadFromJson(const TFiler::TJson& Value);
+
 private:
   std::vector<std::unique_ptr<TFuncSignalRecord>> owned_;
 };

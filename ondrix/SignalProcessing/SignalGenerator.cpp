@@ -55,9 +55,16 @@ void TSignalSounds::Assign(const TPersistent& Source) {
 
 void TSignalSounds::DefineProperties(TFiler& Filer) {
   TStreamTemplates::DefineProperties(Filer);
-  Filer.DefineBinaryProperty(
-      "Template", [this](TStream& s) { lines_->LoadFromStream(s); },
-      [this](TStream& s) { lines_->SaveToStream(s); }, true);
+  Filer.DefineJsonProperty(
+      "Template",
+      [this](const TFiler::TJson& j, bool apply) {
+        TFuncSignalList lines;
+        lines.LoadFromJson(j);
+        if (apply) lines_->Assign(lines);
+      },
+      [this](TFiler::TJson& j) { lines_->SaveToJson(j); }, true, lines_->Count() == 0);
+  // Files written before the lines were JSON hold the list's stream image.
+  Filer.DefineBinaryProperty("Template", [this](TStream& s) { lines_->LoadFromStream(s); }, nullptr, false);
 }
 
 // --- TSignalGenerator --------------------------------------------------------------------------

@@ -16,8 +16,9 @@ namespace ondrix {
 
 /// The generator's expression lines (Template) with named snapshots of them (templates).
 ///
-/// In settings files the current lines are kept as the binary property "Template" (the
-/// TFuncSignalList stream format), next to the named snapshots.
+/// In settings files the current lines are kept as the JSON property "Template" (see
+/// TFuncSignalList::SaveToJson), next to the named snapshots, which stay binary; the older
+/// binary form of "Template" (the TFuncSignalList stream format) is still read.
 class TSignalSounds : public TStreamTemplates {
 public:
   ONDRIX_CLASS_INFO()

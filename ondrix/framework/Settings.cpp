@@ -1,5 +1,6 @@
 #include "ondrix/framework/Settings.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -193,34 +194,49 @@ json WriteProperties(const TObject& Obj, const TWriteContext& Ctx, const std::st
   return props;
 }
 
+/// Collects what DefineProperties gives a writer: binary properties as base64, JSON
+/// properties as they are.
 class TJsonWriteFiler : public TFiler {
 public:
-  explicit TJsonWriteFiler(json& Out) : out_(Out) {}
+  TJsonWriteFiler(const TWriteContext& Ctx, const std::string& Where) : ctx_(Ctx), where_(Where) {}
   void DefineBinaryProperty(const std::string& Name, TStreamProc, TStreamProc WriteData, bool HasData) override {
     if (!HasData || !WriteData) return;
     TMemoryStream m;
     WriteData(m);
-    out_[Name] = Base64Encode(m.Memory(), static_cast<std::size_t>(m.Size()));
+    Binary[Name] = Base64Encode(m.Memory(), static_cast<std::size_t>(m.Size()));
+  }
+  void DefineJsonProperty(const std::string& Name, TJsonReadProc, TJsonWriteProc WriteData, bool HasData,
+                          bool IsDefault) override {
+    if (!HasData || !WriteData || (IsDefault && ctx_.SkipDefaults)) return;
+    json value;
+    try {
+      WriteData(value);
+    } catch (const std::exception& e) {
+      WriteFail(where_ + "." + Name, e.what());
+    }
+    Values.emplace_back(Name, std::move(value));
   }
 
-private:
-  json& out_;
-};
+  json Binary = json::object();
+  std::vector<std::pair<std::string, json>> Values;
 
-json WriteBinary(const TPersistent& Obj) {
-  json bin = json::object();
-  TJsonWriteFiler filer(bin);
-  // DefineProperties serves reading and writing; the writer calls only WriteData.
-  const_cast<TPersistent&>(Obj).DefineProperties(filer);
-  return bin;
-}
+private:
+  const TWriteContext& ctx_;
+  const std::string& where_;
+};
 
 json WritePersistent(const TPersistent& Obj, const TWriteContext& Ctx, const std::string& Where) {
   json j = json::object();
   json props = WriteProperties(Obj, Ctx, Where);
+  TJsonWriteFiler filer(Ctx, Where);
+  // DefineProperties serves reading and writing; the writer calls only the write procedures.
+  const_cast<TPersistent&>(Obj).DefineProperties(filer);
+  for (auto& [name, value] : filer.Values) {
+    if (Obj.ClassInfo().FindProperty(name)) WriteFail(Where, "JSON property " + name + " hides a published property");
+    props[name] = std::move(value);
+  }
   if (!props.empty()) j["properties"] = std::move(props);
-  json bin = WriteBinary(Obj);
-  if (!bin.empty()) j["binary"] = std::move(bin);
+  if (!filer.Binary.empty()) j["binary"] = std::move(filer.Binary);
   return j;
 }
 
@@ -409,10 +425,54 @@ void ReadCollection(TCollection& Coll, const json& J, TReadContext& Ctx, const s
   Coll.EndUpdate();
 }
 
-void ReadProperties(TObject& Obj, const json& Props, TReadContext& Ctx, const std::string& Where) {
+/// What DefineProperties gives a reader.
+class TJsonReadFiler : public TFiler {
+public:
+  struct TBinaryEntry {
+    std::string Name;
+    TStreamProc Read;
+  };
+  struct TJsonEntry {
+    std::string Name;
+    TJsonReadProc Read;
+  };
+  void DefineBinaryProperty(const std::string& Name, TStreamProc ReadData, TStreamProc, bool) override {
+    BinaryEntries.push_back({Name, std::move(ReadData)});
+  }
+  void DefineJsonProperty(const std::string& Name, TJsonReadProc ReadData, TJsonWriteProc, bool, bool) override {
+    JsonEntries.push_back({Name, std::move(ReadData)});
+  }
+  const TJsonEntry* FindJson(const std::string& Name) const {
+    for (const TJsonEntry& e : JsonEntries) {
+      if (e.Name == Name) return &e;
+    }
+    return nullptr;
+  }
+  std::vector<TBinaryEntry> BinaryEntries;
+  std::vector<TJsonEntry> JsonEntries;
+};
+
+void ReadJsonProperty(const TJsonReadFiler::TJsonEntry& E, const json& J, const TReadContext& Ctx,
+                      const std::string& Where) {
+  if (!E.Read) return;
+  try {
+    E.Read(J, Ctx.Apply);
+  } catch (const EJsonPropertyError& e) {
+    Fail(Where + e.Path(), e.Detail());
+  } catch (const std::exception& e) {
+    Fail(Where, e.what());
+  }
+}
+
+void ReadProperties(TObject& Obj, const json& Props, const TJsonReadFiler& Filer, TReadContext& Ctx,
+                    const std::string& Where) {
   if (!Props.is_object()) Fail(Where, "\"properties\" must be an object");
   const TClassInfo& info = Obj.ClassInfo();
+  for (const auto& e : Filer.JsonEntries) {
+    if (info.FindProperty(e.Name)) Fail(Where, "JSON property " + e.Name + " hides a published property");
+  }
   for (auto it = Props.begin(); it != Props.end(); ++it) {
+    if (Filer.FindJson(it.key())) continue;
     const TPropInfo* p = info.FindProperty(it.key());
     if (!p) Fail(Where, "unknown property " + it.key() + " of class " + info.Name);
     if (!IsSubObject(*p) && !p->Set) Fail(Where, "property " + it.key() + " is read-only");
@@ -447,34 +507,24 @@ void ReadProperties(TObject& Obj, const json& Props, TReadContext& Ctx, const st
       }
     }
   }
+  // After the published ones, as binary properties come after them.
+  for (const auto& e : Filer.JsonEntries) {
+    if (auto it = Props.find(e.Name); it != Props.end()) ReadJsonProperty(e, *it, Ctx, Where + "." + e.Name);
+  }
 }
 
-class TJsonReadFiler : public TFiler {
-public:
-  struct TEntry {
-    std::string Name;
-    TStreamProc Read;
-  };
-  void DefineBinaryProperty(const std::string& Name, TStreamProc ReadData, TStreamProc, bool) override {
-    entries.push_back({Name, std::move(ReadData)});
-  }
-  std::vector<TEntry> entries;
-};
-
-void ReadBinary(TPersistent& Obj, const json& Bin, TReadContext& Ctx, const std::string& Where) {
+void ReadBinary(const json& Bin, const TJsonReadFiler& Filer, const TReadContext& Ctx, const std::string& Where) {
   if (!Bin.is_object()) Fail(Where, "\"binary\" must be an object");
-  TJsonReadFiler filer;
-  Obj.DefineProperties(filer);
   for (auto it = Bin.begin(); it != Bin.end(); ++it) {
     bool known = false;
-    for (const auto& e : filer.entries) known = known || e.Name == it.key();
+    for (const auto& e : Filer.BinaryEntries) known = known || e.Name == it.key();
     if (!known) Fail(Where, "unknown binary property " + it.key());
     if (!it->is_string() || !Base64Decode(it->get_ref<const std::string&>())) {
       Fail(Where + "." + it.key(), "base64 text expected");
     }
   }
   if (!Ctx.Apply) return;
-  for (const auto& e : filer.entries) {
+  for (const auto& e : Filer.BinaryEntries) {
     auto it = Bin.find(e.Name);
     if (it == Bin.end() || !e.Read) continue;
     const std::vector<std::uint8_t> bytes = *Base64Decode(it->get_ref<const std::string&>());
@@ -483,19 +533,34 @@ void ReadBinary(TPersistent& Obj, const json& Bin, TReadContext& Ctx, const std:
     m.SetPosition(0);
     try {
       e.Read(m);
-    } catch (const EReadError& err) {
-      Fail(Where + "." + e.Name, err.what());
     } catch (const std::exception& err) {
       Fail(Where + "." + e.Name, err.what());
     }
   }
 }
 
+/// Reads the "properties" and "binary" parts of J into Obj.
+void ReadBody(TPersistent& Obj, const json& J, TReadContext& Ctx, const std::string& Where) {
+  TJsonReadFiler filer;
+  Obj.DefineProperties(filer);
+  auto props = J.find("properties");
+  auto bin = J.find("binary");
+  if (props != J.end() && bin != J.end() && props->is_object() && bin->is_object()) {
+    // A property rewritten from binary to JSON keeps its old reader; one of the two must go.
+    for (const auto& e : filer.JsonEntries) {
+      if (props->contains(e.Name) && bin->contains(e.Name)) {
+        Fail(Where, "property " + e.Name + " is given both as JSON and as binary data");
+      }
+    }
+  }
+  if (props != J.end()) ReadProperties(Obj, *props, filer, Ctx, Where);
+  if (bin != J.end()) ReadBinary(*bin, filer, Ctx, Where);
+}
+
 void ReadPersistent(TPersistent& Obj, const json& J, TReadContext& Ctx, const std::string& Where) {
   if (!J.is_object()) Fail(Where, "an object expected");
   CheckKeys(J, {"properties", "binary"}, Where);
-  if (auto it = J.find("properties"); it != J.end()) ReadProperties(Obj, *it, Ctx, Where);
-  if (auto it = J.find("binary"); it != J.end()) ReadBinary(Obj, *it, Ctx, Where);
+  ReadBody(Obj, J, Ctx, Where);
 }
 
 /// Reads a component and its owned components. A new component is returned when Parent is
@@ -547,8 +612,7 @@ std::unique_ptr<TComponent> ReadComponent(const json& J, TComponent* Parent, TRe
   Ctx.Touched.push_back(c);
   if (!Parent) Ctx.Root = c;
 
-  if (auto it = J.find("properties"); it != J.end()) ReadProperties(*c, *it, Ctx, where);
-  if (auto it = J.find("binary"); it != J.end()) ReadBinary(*c, *it, Ctx, where);
+  ReadBody(*c, J, Ctx, where);
   if (auto it = J.find("components"); it != J.end()) {
     if (!it->is_array()) Fail(where, "\"components\" must be an array");
     for (const json& child : *it) ReadComponent(child, c, Ctx, where);
@@ -678,6 +742,74 @@ void LoadSettingsFromJson(TComponent& Obj, const std::string& Json, bool Links) 
     TComponentAccess::SetLoading(Obj, false);
     TComponentAccess::Loaded(Obj);
   }
+}
+
+// --- helpers for JSON properties -------------------------------------------------------------
+
+TFiler::TJson DoubleToSettingsJson(double Value) { return DoubleToJson(Value); }
+
+double SettingsJsonToDouble(const TFiler::TJson& Value, const std::string& Path) {
+  if (Value.is_number()) return Value.get<double>();
+  if (Value.is_string()) {
+    const std::string& s = Value.get_ref<const std::string&>();
+    if (s == "NaN") return std::numeric_limits<double>::quiet_NaN();
+    if (s == "Infinity") return std::numeric_limits<double>::infinity();
+    if (s == "-Infinity") return -std::numeric_limits<double>::infinity();
+  }
+  throw EJsonPropertyError(Path, "a number expected");
+}
+
+TJsonRecordReader::TJsonRecordReader(const TFiler::TJson& Record, std::size_t Index) : record_(Record) {
+  path_ = '[';
+  path_ += std::to_string(Index);
+  path_ += ']';
+  if (!record_.is_object()) Fail("", "an object expected");
+}
+
+const TFiler::TJson* TJsonRecordReader::Find(const std::string& Name) {
+  auto it = record_.find(Name);
+  if (it == record_.end()) return nullptr;
+  used_.push_back(Name);
+  return &*it;
+}
+
+bool TJsonRecordReader::Bool(const std::string& Name, bool Default) {
+  const TFiler::TJson* v = Find(Name);
+  if (!v) return Default;
+  if (!v->is_boolean()) Fail("." + Name, "true or false expected");
+  return v->get<bool>();
+}
+
+double TJsonRecordReader::Double(const std::string& Name) {
+  const TFiler::TJson* v = Find(Name);
+  if (!v) Fail("", "\"" + Name + "\" expected");
+  return SettingsJsonToDouble(*v, path_ + "." + Name);
+}
+
+double TJsonRecordReader::Double(const std::string& Name, double Default) {
+  const TFiler::TJson* v = Find(Name);
+  return v ? SettingsJsonToDouble(*v, path_ + "." + Name) : Default;
+}
+
+std::int64_t TJsonRecordReader::Integer(const std::string& Name, std::int64_t Min, std::int64_t Max,
+                                        std::int64_t Default) {
+  const TFiler::TJson* v = Find(Name);
+  if (!v) return Default;
+  bool fits = v->is_number_integer() &&
+              !(v->is_number_unsigned() && v->get<std::uint64_t>() > static_cast<std::uint64_t>(INT64_MAX));
+  fits = fits && v->get<std::int64_t>() >= Min && v->get<std::int64_t>() <= Max;
+  if (!fits) Fail("." + Name, "an integer from " + std::to_string(Min) + " to " + std::to_string(Max) + " expected");
+  return v->get<std::int64_t>();
+}
+
+void TJsonRecordReader::Finish() const {
+  for (auto it = record_.begin(); it != record_.end(); ++it) {
+    if (std::find(used_.begin(), used_.end(), it.key()) == used_.end()) Fail("", "unknown entry \"" + it.key() + "\"");
+  }
+}
+
+void TJsonRecordReader::Fail(const std::string& Sub, const std::string& What) const {
+  throw EJsonPropertyError(path_ + Sub, What);
 }
 
 }  // namespace ondrix

@@ -4,11 +4,13 @@
 // One JSON object per component:
 //   {"class": "TFoo", "name": "Foo1",
 //    "properties": {"Gain": 2.5, "Mode": "fmFast", "Input": "Gen1", "Sub": {...},
-//                   "Bands": [{...}, ...], "Coeffs": {"complex": false, "values": [...]}},
+//                   "Items": [{...}, ...], "Coeffs": {"complex": false, "values": [...]},
+//                   "Lines": [{"function": "sine", ...}, ...]},
 //    "binary": {"Marks": "<base64>"},
 //    "components": [ ... owned components ... ]}
 // A sub-object or collection item is {"properties": {...}, "binary": {...}}; empty parts are
-// left out. Non-finite doubles are the strings "NaN", "Infinity" and "-Infinity".
+// left out. JSON properties (TFiler::DefineJsonProperty) follow the published properties
+// under "properties". Non-finite doubles are the strings "NaN", "Infinity" and "-Infinity".
 //
 // Links are names relative to the saved root: "Gen1" is a component owned by the root,
 // "List1.Gen1" one owned by List1, "" the root itself; "^Gen1" is a component owned by
@@ -16,10 +18,13 @@
 // or to one outside these cannot be saved (EWriteError).
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ondrix/framework/TComponent.h"
+#include "ondrix/framework/TPersistent.h"
 
 namespace ondrix {
 
@@ -60,5 +65,42 @@ std::string SaveSettingsToJson(const TComponent& Obj, const TSettingsOptions& Op
 /// only an exception raised by a setter itself can leave it partly updated. With
 /// Links false, links in the data are ignored. csLoading is set meanwhile; Loaded() follows.
 void LoadSettingsFromJson(TComponent& Obj, const std::string& Json, bool Links = true);
+
+// --- Helpers for JSON properties -------------------------------------------------------------
+
+/// A double as settings files write it: a number, or "NaN", "Infinity", "-Infinity".
+TFiler::TJson DoubleToSettingsJson(double Value);
+/// The inverse; anything else raises EJsonPropertyError(Path, "a number expected").
+double SettingsJsonToDouble(const TFiler::TJson& Value, const std::string& Path);
+
+/// Reads one record (a JSON object of named fields) of a JSON property's array. Every fault
+/// raises EJsonPropertyError at the record's Path ("[2]") or at one of its fields
+/// ("[2].Gain"); Finish rejects fields that were never asked for.
+class TJsonRecordReader {
+public:
+  /// Record Index of the array (Path "[Index]"); raises when it is not an object.
+  TJsonRecordReader(const TFiler::TJson& Record, std::size_t Index);
+
+  /// The field, or nullptr when it is absent.
+  const TFiler::TJson* Find(const std::string& Name);
+  /// An optional true or false.
+  bool Bool(const std::string& Name, bool Default);
+  /// A required number (non-finite ones as DoubleToSettingsJson writes them).
+  double Double(const std::string& Name);
+  /// An optional number.
+  double Double(const std::string& Name, double Default);
+  /// An optional integer within Min .. Max.
+  std::int64_t Integer(const std::string& Name, std::int64_t Min, std::int64_t Max, std::int64_t Default);
+  /// Raises "unknown entry" for the first field not asked for.
+  void Finish() const;
+  /// Raises EJsonPropertyError at Path + Sub ("" for the record itself, ".params[8]").
+  [[noreturn]] void Fail(const std::string& Sub, const std::string& What) const;
+  const std::string& Path() const noexcept { return path_; }
+
+private:
+  const TFiler::TJson& record_;
+  std::string path_;
+  std::vector<std::string> used_;
+};
 
 }  // namespace ondrix

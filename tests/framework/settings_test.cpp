@@ -245,6 +245,19 @@ TEST_F(Settings, MalformedFilesRaiseAndLeaveNothingBehind) {
       {"bad name", R"({"class": "TTestNode", "name": "1R"})", "valid component name"},
       {"bad float array", R"({"class": "TTestNode", "properties": {"Coeffs": {"complex": true, "values": [1]}}})",
        "even number"},
+      {"JSON property not an array", R"({"class": "TTestNode", "name": "R", "properties": {"Points": {}}})",
+       "R.Points: an array expected"},
+      {"JSON property field of wrong type",
+       R"({"class": "TTestNode", "name": "R", "properties": {"Points": [{"x": 1, "y": 2}, {"x": "a", "y": 1}]}})",
+       "R.Points[1].x: a number expected"},
+      {"JSON property record missing a field", R"({"class": "TTestNode", "name": "R", "properties": {"Points": [{"x": 1}]}})",
+       "R.Points[0]: \"y\" expected"},
+      {"JSON property record with an unknown field",
+       R"({"class": "TTestNode", "name": "R", "properties": {"Points": [{"x": 1, "y": 2, "z": 3}]}})",
+       "R.Points[0]: unknown entry \"z\""},
+      {"JSON property given in both forms",
+       R"({"class": "TTestNode", "name": "R", "properties": {"Points": []}, "binary": {"Points": ""}})",
+       "R: property Points is given both as JSON and as binary data"},
   };
   TComponent owner(nullptr);
   auto* existing = new TTestNode(&owner);
@@ -315,6 +328,22 @@ TEST_F(Settings, MalformedSettingsStreamLeavesTheComponentUnchanged) {
   EXPECT_EQ(n.Items()->Count(), 1);
   EXPECT_FALSE(n.ComponentState().Contains(csLoading));
 
+  // A malformed JSON property is found before the published properties are applied.
+  n.Points = {{1, 2}};
+  const std::string badPoints = R"({"class": "TTestNode", "properties": {"Gain": 8, "Points": [{"x": 5, "y": 6}, 7]}})";
+  TMemoryStream p;
+  WriteInt32LE(p, static_cast<std::int32_t>(badPoints.size()));
+  p.WriteBuffer(badPoints.data(), static_cast<std::int64_t>(badPoints.size()));
+  p.SetPosition(0);
+  try {
+    n.LoadFromStream(p);
+    ADD_FAILURE() << "no error";
+  } catch (const EReadError& e) {
+    EXPECT_NE(std::string(e.what()).find(".Points[1]: an object expected"), std::string::npos) << e.what();
+  }
+  EXPECT_EQ(n.Gain(), 4);
+  EXPECT_EQ(n.Points, (std::vector<std::pair<double, double>>{{1, 2}}));
+
   // Settings of an unrelated class, and a truncated stream.
   TTestOther other(nullptr);
   TMemoryStream o;
@@ -325,6 +354,39 @@ TEST_F(Settings, MalformedSettingsStreamLeavesTheComponentUnchanged) {
   WriteInt32LE(shortStream, 100);
   shortStream.SetPosition(0);
   EXPECT_THROW(n.LoadFromStream(shortStream), EReadError);
+}
+
+TEST_F(Settings, JsonPropertiesFollowThePublishedOnesAndReadTheirOlderBinaryForm) {
+  TTestNode n(nullptr);
+  n.SetName("N");
+  n.SetGain(2);
+  n.Points = {{1.0, -0.0}, {3.0, NAN}};
+  const std::string text = SaveComponentToJson(n);
+  const auto props = nlohmann::ordered_json::parse(text)["properties"];
+  EXPECT_EQ((--props.end()).key(), "Points");
+  EXPECT_EQ(props["Points"], nlohmann::ordered_json::parse(R"([{"x": 1.0, "y": -0.0}, {"x": 3.0, "y": "NaN"}])"));
+  std::unique_ptr<TComponent> loaded = LoadComponentFromJson(text);
+  const auto& points = static_cast<TTestNode&>(*loaded).Points;
+  ASSERT_EQ(points.size(), 2u);
+  EXPECT_TRUE(std::signbit(points[0].second));
+  EXPECT_TRUE(std::isnan(points[1].second));
+  EXPECT_EQ(SaveComponentToJson(*loaded), text);
+
+  // Empty is the default: left out of files, written in settings streams, where it must
+  // replace what the receiving object holds.
+  TTestNode empty(nullptr);
+  EXPECT_FALSE(json::parse(SaveComponentToJson(empty))["properties"].contains("Points"));
+  EXPECT_EQ(json::parse(SaveSettingsToJson(empty))["properties"]["Points"], json::array());
+  TMemoryStream m;
+  empty.SaveToStream(m);
+  m.SetPosition(0);
+  n.LoadFromStream(m);
+  EXPECT_TRUE(n.Points.empty());
+
+  // The older binary form: doubles 1, 2, 3, -4.
+  std::unique_ptr<TComponent> old =
+      LoadComponentFromJson(R"({"class": "TTestNode", "binary": {"Points": "AAAAAAAA8D8AAAAAAAAAQAAAAAAAAAhAAAAAAAAAEMA="}})");
+  EXPECT_EQ(static_cast<TTestNode&>(*old).Points, (std::vector<std::pair<double, double>>{{1, 2}, {3, -4}}));
 }
 
 TEST_F(Settings, TemplatesLeaveOutLinksAndLargeData) {

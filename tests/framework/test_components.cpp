@@ -1,5 +1,7 @@
 #include "test_components.h"
 
+#include <nlohmann/json.hpp>
+
 namespace ondrix::test {
 
 namespace {
@@ -101,6 +103,31 @@ void TTestNode::DefineProperties(TFiler& Filer) {
       },
       [this](TStream& s) { s.WriteBuffer(Blob.data(), static_cast<std::int64_t>(Blob.size())); },
       !Blob.empty() && AllowStreaming());
+  Filer.DefineJsonProperty(
+      "Points",
+      [this](const TFiler::TJson& j, bool apply) {
+        if (!j.is_array()) throw EJsonPropertyError("", "an array expected");
+        std::vector<std::pair<double, double>> points;
+        for (std::size_t i = 0; i < j.size(); ++i) {
+          TJsonRecordReader r(j[i], i);
+          points.emplace_back(r.Double("x"), r.Double("y"));
+          r.Finish();
+        }
+        if (apply) Points = std::move(points);
+      },
+      [this](TFiler::TJson& j) {
+        j = TFiler::TJson::array();
+        for (auto [x, y] : Points) j.push_back({{"x", DoubleToSettingsJson(x)}, {"y", DoubleToSettingsJson(y)}});
+      },
+      true, Points.empty());
+  Filer.DefineBinaryProperty(
+      "Points",
+      [this](TStream& s) {
+        Points.clear();
+        double xy[2];
+        while (s.Read(xy, sizeof xy) == static_cast<std::int64_t>(sizeof xy)) Points.emplace_back(xy[0], xy[1]);
+      },
+      nullptr, false);
 }
 
 const TClassInfo& TTestDerived::StaticClassInfo() {

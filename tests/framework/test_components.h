@@ -5,6 +5,7 @@
 #include <functional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ondrix/framework/framework.h"
@@ -92,6 +93,9 @@ public:
   bool InputStored() const { return !GetBlockAssign(); }
 
   std::vector<std::uint8_t> Blob;  // the binary property "Blob" (only when AllowStreaming)
+  /// The JSON property "Points" ([{"x": 1, "y": 2}, ...]); its older binary form (pairs of
+  /// doubles) is still read.
+  std::vector<std::pair<double, double>> Points;
   void DefineProperties(TFiler& Filer) override;
 
   std::function<void(TTestNode*)> OnDestroying;  // called in the destructor after BeginDestroy
