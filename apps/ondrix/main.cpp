@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 
 #include "apps/ondrix/audio_commands.h"
+#include "apps/ondrix/coherence_command.h"
 #include "apps/ondrix/demo_command.h"
 #include "apps/ondrix/file_commands.h"
 #include "apps/ondrix/filter_commands.h"
@@ -103,6 +104,7 @@ int main(int argc, char** argv) {
   AddGenerateCommand(app, commands);
   AddSpectrumCommand(app, commands);
   AddFilterCommands(app, commands);
+  AddCoherenceCommand(app, commands);
   AddMultiRateCommands(app, commands);
   AddRunCommand(app, commands);
   AddAudioCommands(app, commands);

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <fstream>
 #include <memory>
+#include <sstream>
 
 #include <nlohmann/json.hpp>
 
@@ -199,6 +200,31 @@ TEST_F(ToolFiles, FilterMeetsItsDesignOnEveryChannel) {
   ASSERT_EQ(Tool("filter -q " + Path("in.dat") + " " + Path("b.dat") + " -m elliptic" + spec).first, 0);
   EXPECT_TRUE(Near(ReadWhole(Path("a.dat")), ReadWhole(Path("b.dat")), 0));
   EXPECT_EQ(Tool("design --fs 8000 --pass 1500 --stop 1000").first, 2);
+}
+
+TEST_F(ToolFiles, CoherenceOfAFilteredNoiseGivesTheFiltersResponse) {
+  ASSERT_EQ(Tool("generate -q " + Path("x.wav") + " --fs 8000 -d 4 --seed 2 \"noise(1)\"").first, 0);
+  ASSERT_EQ(Tool("filter -q " + Path("x.wav") + " " + Path("y.wav") + " --pass 1000 --stop 1500 -m elliptic").first, 0);
+  const auto [rc, csv] = Tool("coherence -q " + Path("x.wav") + " " + Path("y.wav") + " -n 1024");
+  ASSERT_EQ(rc, 0) << csv;
+  std::istringstream lines(csv);
+  std::string line;
+  std::getline(lines, line);
+  EXPECT_EQ(line, "frequency_hz,coherence,h1_magnitude,h1_phase_deg");
+  int checked = 0;
+  while (std::getline(lines, line)) {
+    double f, c, h, ph;
+    ASSERT_EQ(std::sscanf(line.c_str(), "%lf,%lf,%lf,%lf", &f, &c, &h, &ph), 4) << line;
+    if (f > 100 && f < 900) {  // the pass band: a noiseless linear system
+      EXPECT_GT(c, 0.99) << f;
+      EXPECT_NEAR(h, 1.0, 0.02) << f;
+      ++checked;
+    }
+    if (f > 1600 && f < 3900) {
+      EXPECT_LT(h, 2e-3) << f;  // the stop band's -60 dB, plus the window's leakage
+    }
+  }
+  EXPECT_GT(checked, 90);
 }
 
 TEST_F(ToolFiles, RunPullsAHandWrittenGraphWithSharedSourcesToItsEnd) {
