@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 
 #include "apps/ondrix/audio_commands.h"
+#include "apps/ondrix/bispectrum_command.h"
 #include "apps/ondrix/coherence_command.h"
 #include "apps/ondrix/demo_command.h"
 #include "apps/ondrix/file_commands.h"
@@ -105,6 +106,7 @@ int main(int argc, char** argv) {
   AddSpectrumCommand(app, commands);
   AddFilterCommands(app, commands);
   AddCoherenceCommand(app, commands);
+  AddBispectrumCommand(app, commands);
   AddMultiRateCommands(app, commands);
   AddRunCommand(app, commands);
   AddAudioCommands(app, commands);

@@ -2,6 +2,7 @@
 // checked against the signals' known content, and its usage errors.
 #include <gmock/gmock.h>
 
+#include <array>
 #include <cmath>
 #include <complex>
 #include <cstdio>
@@ -225,6 +226,27 @@ TEST_F(ToolFiles, CoherenceOfAFilteredNoiseGivesTheFiltersResponse) {
     }
   }
   EXPECT_GT(checked, 90);
+}
+
+TEST_F(ToolFiles, BispectrumFindsQuadraticPhaseCouplingOnly) {
+  // 1000 + 1500 → 2500 Hz with coupled phases; the same with 2501 Hz drifts apart
+  const std::string coupled = "\"sine(1000) + sine(1500, 1, 40) + sine(2500, 1, 40) + noise(0.3)\"";
+  const std::string drifting = "\"sine(1000) + sine(1500, 1, 40) + sine(2501, 1, 70) + noise(0.3)\"";
+  ASSERT_EQ(Tool("generate -q " + Path("c.wav") + " --fs 8000 -d 8 " + coupled).first, 0);
+  ASSERT_EQ(Tool("generate -q " + Path("d.wav") + " --fs 8000 -d 8 " + drifting).first, 0);
+  auto largest = [&](const std::string& file) {
+    const auto [rc, out] = Tool("bispectrum -q --top 1 " + Path(file));
+    EXPECT_EQ(rc, 0) << out;
+    double f1 = 0, f2 = 0, sum = 0, b = -1;
+    std::istringstream in(out.substr(out.find("bicoherence\n") + 12));
+    in >> f1 >> f2 >> sum >> b;
+    return std::array<double, 3>{f1, f2, b};
+  };
+  const auto c = largest("c.wav");
+  EXPECT_EQ(c[0], 1000);
+  EXPECT_EQ(c[1], 1500);
+  EXPECT_GT(c[2], 0.98);
+  EXPECT_LT(largest("d.wav")[2], 0.1);  // about 1/sqrt(499 frames) plus the largest of many
 }
 
 TEST_F(ToolFiles, RunPullsAHandWrittenGraphWithSharedSourcesToItsEnd) {
