@@ -1,5 +1,7 @@
 #include "apps/ondrix/bispectrum_command.h"
 
+#include "apps/ondrix/framed_channel.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <memory>
@@ -28,48 +30,29 @@ struct BispectrumOptions {
 
 int Run(const BispectrumOptions& o) {
   const TSignalWindowType window = ParseWindow(o.window);
-  TSignalRead reader(nullptr);
-  OpenReader(reader, o.file);
-  const int channels = std::max(reader.ChannelCount(), 1);
-  if (o.channel >= channels)
-    throw CLI::ValidationError("--channel", "the file has " + std::to_string(channels) + " channel(s)");
-  reader.SetRecordNumber(0);
-  reader.SetLastFrameCheck(lfcAdjustLength);
-  reader.SetLength(NaturalFrame(reader, 4096));
-  reader.SetRecordPosition(0);
-  TSignalDemux demux(nullptr);
-  demux.SetChannel(o.channel);
-  demux.SetInput(&reader);
-  TSignalBuffer frames(nullptr);
-  frames.SetName("Frames");
-  frames.SetBufferType(bftScrolling);
-  frames.SetUseOverlapping(true);
-  frames.SetOverlapping(o.overlap);
-  frames.SetLength(o.length);
-  frames.SetInput(&demux);
-
+  TFramedChannel in(o.file, o.channel, o.length, o.overlap, "--channel");
   TBiSpectrumAnalyzer an(nullptr);
   an.SetName("Bispectrum");
-  an.SetInput(&frames);
+  an.SetInput(&in.Frames);
   an.SetWindow(window);
   an.Stats()->SetAveraging(avLinearInf);
   TBiAnalyzer& ba = *an.BiAnalyzer();
   ba.SetTransform(hoBicoherence);
   ba.SetBicoherenceType(o.normalisation == "default" ? bctDefault : bctModified);
   ba.SetRecursive(false);  // sums; one normalisation at the end
-  Progress progress("bispectrum", reader.RecordLength() / static_cast<double>(channels), o.quiet);
+  Progress progress("bispectrum", in.Samples(), o.quiet);
   int analysed = 0;
-  // a multi-input analyzer updates even without a new frame: pull the frames here
-  for (TPipeState st; (st = frames.Pull()) != pipeEnd;) {
+  // pull the frames, not the analyzer (see TFramedChannel)
+  for (TPipeState st; (st = in.Frames.Pull()) != pipeEnd;) {
     if (st != pipeOK) continue;
     an.Update();
     ++analysed;
-    progress.Update(reader.RecordPosition() / static_cast<double>(channels));
+    progress.Update(in.Position());
   }
   if (analysed == 0) throw std::runtime_error("no whole frame of " + std::to_string(o.length) + " samples");
   an.UpdateSpectrum();
   const TMtx& b = ba.Bispectrum();
-  const double df = reader.SamplingFrequency() / o.length;
+  const double df = in.Reader.SamplingFrequency() / o.length;
   if (o.csv) {
     std::printf("f1_hz,f2_hz,bicoherence\n");
     for (int i = 0; i < b.Rows(); ++i)

@@ -1,5 +1,7 @@
 #include "apps/ondrix/coherence_command.h"
 
+#include "apps/ondrix/framed_channel.h"
+
 #include <algorithm>
 #include <cmath>
 #include <complex>
@@ -25,54 +27,29 @@ struct CoherenceOptions {
   bool quiet = false;
 };
 
-/// One channel of a file, cut into overlapping frames.
-struct Framed {
-  TSignalRead reader{nullptr};
-  TSignalDemux demux{nullptr};
-  TSignalBuffer frames{nullptr};
-  Framed(const std::string& file, int channel, int length, double overlap, const char* name) {
-    OpenReader(reader, file);
-    if (channel >= std::max(reader.ChannelCount(), 1))
-      throw CLI::ValidationError("--channels", file + " has " + std::to_string(reader.ChannelCount()) +
-                                                   " channel(s), not " + std::to_string(channel + 1));
-    reader.SetRecordNumber(0);
-    reader.SetLastFrameCheck(lfcAdjustLength);
-    reader.SetLength(NaturalFrame(reader, 4096));
-    reader.SetRecordPosition(0);
-    demux.SetChannel(channel);
-    demux.SetInput(&reader);
-    frames.SetName(name);
-    frames.SetBufferType(bftScrolling);
-    frames.SetUseOverlapping(true);
-    frames.SetOverlapping(overlap);
-    frames.SetLength(length);
-    frames.SetInput(&demux);
-  }
-};
-
 int Run(const CoherenceOptions& o) {
   const TSignalWindowType window = ParseWindow(o.window);
-  Framed x(o.a, o.channelA, o.length, o.overlap, "Input");
-  Framed y(o.b.empty() ? o.a : o.b, o.channelB, o.length, o.overlap, "Output");
-  const double fs = x.reader.SamplingFrequency();
-  if (y.reader.SamplingFrequency() != fs)
+  TFramedChannel x(o.a, o.channelA, o.length, o.overlap, "--channels");
+  TFramedChannel y(o.b.empty() ? o.a : o.b, o.channelB, o.length, o.overlap, "--channels");
+  const double fs = x.Reader.SamplingFrequency();
+  if (y.Reader.SamplingFrequency() != fs)
     throw std::runtime_error("the two signals have different sampling rates (" + ShortNumber(fs) + " and " +
-                             ShortNumber(y.reader.SamplingFrequency()) + " Hz)");
+                             ShortNumber(y.Reader.SamplingFrequency()) + " Hz)");
   const double fmax = o.fmax < 0 ? fs / 2 : o.fmax;
   if (fmax > fs / 2) throw CLI::ValidationError("--fmax", "must be at most half the sampling rate (" + ShortNumber(fs / 2) + " Hz)");
 
   TCrossSpectrumAnalyzer an(nullptr);
   an.SetName("Cross");
-  an.SetInput(&x.frames);
-  an.SetOutput(&y.frames);
+  an.SetInput(&x.Frames);
+  an.SetOutput(&y.Frames);
   an.SetWindow(window);
   an.SetPhaseMode(pmIgnore);
   an.CrossAnalyzer()->SetTransform(ctCoherence);
-  Progress progress("coherence", x.reader.RecordLength() / std::max(x.reader.ChannelCount(), 1), o.quiet);
+  Progress progress("coherence", x.Samples(), o.quiet);
   int frames = 0;
   // the analyzer updates only when both channels have a new frame
   for (;;) {
-    const TPipeState sx = x.frames.Pull(), sy = y.frames.Pull();
+    const TPipeState sx = x.Frames.Pull(), sy = y.Frames.Pull();
     if (sx == pipeEnd || sy == pipeEnd) break;
     if (sx != pipeOK || sy != pipeOK) {
       if (sx != sy) throw std::runtime_error("the two signals do not frame alike (different block structure)");
@@ -80,7 +57,7 @@ int Run(const CoherenceOptions& o) {
     }
     an.Update();
     ++frames;
-    progress.Update(x.reader.RecordPosition() / static_cast<double>(std::max(x.reader.ChannelCount(), 1)));
+    progress.Update(x.Position());
   }
   if (frames == 0) throw std::runtime_error("no whole frame of " + std::to_string(o.length) + " samples in both signals");
   const TCrossAnalyzer& ca = *an.CrossAnalyzer();

@@ -258,16 +258,9 @@ int RunFilter(FilterOptions o) {
   stages.SetName("Filters");
   stages.SetInput(&reader);
   TSignalWrite writer(nullptr);
-  writer.SetName("Writer");
-  writer.SetFileName(o.out);
-  TPrecision precision = reader.Precision();
-  if (writer.FileFormat() == ffWav && !WaveWritable(precision)) precision = prSingle;
-  writer.SetPrecision(precision);
+  SetUpWriter(writer, o.out, reader.Precision());
   writer.SetInput(&stages);
-  reader.SetRecordNumber(0);
-  reader.SetLastFrameCheck(lfcAdjustLength);
-  reader.SetLength(NaturalFrame(reader, 4096));
-  reader.SetRecordPosition(0);
+  StreamFromStart(reader);
   Progress progress("filtering", reader.RecordLength(), o.quiet);
   while (writer.Pull() == pipeOK) progress.Update(reader.RecordPosition() / static_cast<double>(channels));
   writer.CloseFile();

@@ -45,16 +45,9 @@ int Run(const MultiRateOptions& o, bool envelope) {
   stages.SetInput(&reader);
   if (envelope) stages.MinBlock = o.factor;
   TSignalWrite writer(nullptr);
-  writer.SetFileName(o.out);
-  TPrecision precision = reader.Precision();
-  if (writer.FileFormat() == ffWav && !WaveWritable(precision)) precision = prSingle;
-  writer.SetPrecision(precision);
+  SetUpWriter(writer, o.out, reader.Precision());
   writer.SetInput(&stages);
-
-  reader.SetRecordNumber(0);
-  reader.SetLastFrameCheck(lfcAdjustLength);
-  reader.SetLength(NaturalFrame(reader, std::max(4096, o.factor)));
-  reader.SetRecordPosition(0);
+  StreamFromStart(reader, std::max(4096, o.factor));
   const double delay = stages.Item(0).Delay();
   Progress progress(envelope ? "envelope" : "decimating", reader.RecordLength(), o.quiet);
   double done = 0;

@@ -1,5 +1,7 @@
 #include "apps/ondrix/spectrum_command.h"
 
+#include "apps/ondrix/framed_channel.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -73,12 +75,9 @@ struct Peak {
 
 int Run(const SpectrumOptions& o) {
   const TSignalWindowType window = ParseWindow(o.window);
-  TSignalRead reader(nullptr);
-  OpenReader(reader, o.file);
-  const int channels = std::max(reader.ChannelCount(), 1);
-  if (o.channel >= channels)
-    throw CLI::ValidationError("--channel", "the file has " + std::to_string(channels) + " channel(s): 0 .. " +
-                                                std::to_string(channels - 1));
+  TFramedChannel in(o.file, o.channel, o.length, o.overlap, "--channel");
+  const TSignalRead& reader = in.Reader;
+  const int channels = in.Channels();
   if (reader.Complex()) throw std::runtime_error("complex records are not analysed by this command");
   const double fs = reader.SamplingFrequency();
   const double fmax = o.fmax < 0 ? fs / 2 : o.fmax;
@@ -88,30 +87,14 @@ int Run(const SpectrumOptions& o) {
   if (!o.zoom.empty() && (o.zoom.size() != 2 || o.zoom[0] < 0 || o.zoom[1] <= o.zoom[0] || o.zoom[1] > fs / 2))
     throw CLI::ValidationError("--zoom", "takes two frequencies F1 < F2 in [0, fs/2 = " + ShortNumber(fs / 2) +
                                              "] Hz");
-  const long long samples = reader.RecordLength() / channels;
+  const long long samples = static_cast<long long>(in.Samples());
   if (samples < o.length)
     throw std::runtime_error("the file holds " + std::to_string(samples) + " samples per channel, fewer than one " +
                              std::to_string(o.length) + "-sample frame (--length)");
 
-  reader.SetRecordNumber(0);
-  reader.SetLastFrameCheck(lfcAdjustLength);  // a zero-padded last block would be analysed as signal
-  reader.SetLength(NaturalFrame(reader, 4096));
-  reader.SetRecordPosition(0);
-  TSignalDemux demux(nullptr);
-  demux.SetName("Channel");
-  demux.SetChannel(o.channel);
-  demux.SetInput(&reader);
-  TSignalBuffer frames(nullptr);
-  frames.SetName("Frames");
-  frames.SetBufferType(bftScrolling);
-  frames.SetUseOverlapping(true);
-  frames.SetOverlapping(o.overlap);
-  frames.SetLength(o.length);
-  frames.SetInput(&demux);
-
   TSpectrumAnalyzer an(nullptr);
   an.SetName("Analyzer");
-  an.SetInput(&frames);
+  an.SetInput(&in.Frames);
   an.SetWindow(window);
   an.SetSpectrumType(stPower);
   an.SetScaleFactor(2.0);  // lines read (peak amplitude)², whatever is shown
@@ -142,11 +125,11 @@ int Run(const SpectrumOptions& o) {
   int analysed = 0;
   // The analyzer takes several inputs, and such a component updates even when an input has
   // nothing new (pipeStream); pulling the frames here keeps a stale frame out of the average.
-  for (TPipeState st; (st = frames.Pull()) != pipeEnd;) {
+  for (TPipeState st; (st = in.Frames.Pull()) != pipeEnd;) {
     if (st != pipeOK) continue;
     an.Update();
     ++analysed;
-    progress.Update(static_cast<double>(reader.RecordPosition()) / channels);
+    progress.Update(in.Position());
     if (wanted > 0 && analysed >= wanted) break;
   }
   if (analysed == 0) throw std::runtime_error("no frame was analysed");

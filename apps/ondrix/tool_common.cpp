@@ -141,6 +141,19 @@ TPrecision ParsePrecision(const std::string& s, const std::string& option) {
                                          "alaw, int24)");
 }
 
+void StreamFromStart(TSignalRead& r, int minSamples) {
+  r.SetRecordNumber(0);
+  r.SetLastFrameCheck(lfcAdjustLength);
+  r.SetLength(NaturalFrame(r, minSamples));
+  r.SetRecordPosition(0);
+}
+
+void SetUpWriter(TSignalWrite& w, const std::string& file, TPrecision source) {
+  w.SetName("Writer");
+  w.SetFileName(file);
+  w.SetPrecision(w.FileFormat() == ffWav && !WaveWritable(source) ? prSingle : source);
+}
+
 bool WaveWritable(TPrecision p) {
   return p == prByte || p == prSmallInt || p == prInt24 || p == prInteger || p == prSingle;
 }

@@ -14,6 +14,7 @@
 
 namespace ondrix {
 class TSignalRead;
+class TSignalWrite;
 }
 
 namespace ondrix::app {
@@ -66,6 +67,14 @@ int NaturalFrame(TSignalRead& r, int minSamples = 4096);
 
 /// Names the reader "Reader" (so that its errors say where they come from) and opens file.
 void OpenReader(TSignalRead& r, const std::string& file);
+
+/// Readies an open reader to stream record 0 from its start in natural frames (NaturalFrame
+/// with minSamples), the last frame cut to the samples left rather than padded with zeros.
+void StreamFromStart(TSignalRead& r, int minSamples = 4096);
+
+/// Names the writer "Writer", gives it its file and the source's precision, or single when
+/// the file is a wave file that cannot store that precision.
+void SetUpWriter(TSignalWrite& w, const std::string& file, TPrecision source);
 
 /// A precision by its short name (double, single, int32, uint32, int16, uint16, int8, uint8,
 /// mulaw, alaw, int24) or its value name ("prSmallInt"); CLI::ValidationError naming `option`

@@ -1,0 +1,44 @@
+// One channel of a signal file cut into overlapping frames: what the analysing commands read.
+#pragma once
+
+#include <string>
+
+#include "apps/ondrix/tool_common.h"
+#include "ondrix/FileSignal/FileSignal.h"
+#include "ondrix/SignalProcessing/SignalProcessing.h"
+
+namespace ondrix::app {
+
+/// reader → demux (one channel) → scrolling buffer with overlap. Frames.Pull() answers pipeOK
+/// with a new frame, pipeStream while one is gathering, pipeEnd at the end: a multi-input
+/// analyzer would update on pipeStream too, so callers pull the frames and update it on pipeOK.
+struct TFramedChannel {
+  TSignalRead Reader{nullptr};
+  TSignalDemux Demux{nullptr};
+  TSignalBuffer Frames{nullptr};
+
+  /// Opens file; a channel the file lacks is a usage error of `option`.
+  TFramedChannel(const std::string& file, int channel, int length, double overlap, const std::string& option) {
+    OpenReader(Reader, file);
+    if (channel >= Channels())
+      throw CLI::ValidationError(option, "the file has " + std::to_string(Channels()) + " channel(s): 0 .. " +
+                                             std::to_string(Channels() - 1));
+    StreamFromStart(Reader);
+    Demux.SetName("Channel");
+    Demux.SetChannel(channel);
+    Demux.SetInput(&Reader);
+    Frames.SetName("Frames");
+    Frames.SetBufferType(bftScrolling);
+    Frames.SetUseOverlapping(true);
+    Frames.SetOverlapping(overlap);
+    Frames.SetLength(length);
+    Frames.SetInput(&Demux);
+  }
+  int Channels() const { return Reader.ChannelCount() > 1 ? Reader.ChannelCount() : 1; }
+  /// Samples per channel read so far, for progress.
+  double Position() const { return Reader.RecordPosition() / static_cast<double>(Channels()); }
+  /// Samples per channel of the record.
+  double Samples() const { return Reader.RecordLength() / static_cast<double>(Channels()); }
+};
+
+}  // namespace ondrix::app
