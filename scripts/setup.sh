@@ -11,6 +11,8 @@ packages=(
   libsndfile1-dev libsoxr-dev
   python3 python3-numpy python3-scipy sox
   clang-14 libfuzzer-14-dev
+  libplplot-dev plplot-driver-cairo
+  pybind11-dev python3-pybind11 python3-pytest python3-dask python3-distributed
 )
 
 missing=()
