@@ -38,8 +38,7 @@ bool Clean(F&& f) {
   try {
     f();
     return true;
-  } catch (const ondrix::Exception&) {
-  } catch (const ondrix::EFrameworkError&) {
+  } catch (const ondrix::Exception&) {  // the root of every library error
   }
   return false;
 }

@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 
 #include "apps/ondrix/audio_commands.h"
+#include "apps/ondrix/batch_command.h"
 #include "apps/ondrix/bispectrum_command.h"
 #include "apps/ondrix/coherence_command.h"
 #include "apps/ondrix/demo_command.h"
@@ -109,6 +110,7 @@ int main(int argc, char** argv) {
   AddBispectrumCommand(app, commands);
   AddMultiRateCommands(app, commands);
   AddRunCommand(app, commands);
+  AddBatchCommand(app, commands);
   AddAudioCommands(app, commands);
 
   if (argc > 1 && argv[1][0] != '-') {

@@ -18,6 +18,83 @@
 
 namespace ondrix::app {
 
+void RegisterEverything() {
+  RegisterClass(TComponent::StaticClassInfo());  // the usual root of a graph file
+  RegisterOndrixToolsClasses();
+  RegisterFileSignalClasses();
+  RegisterSignalProcessingClasses();
+  RegisterSignalAnalysisClasses();
+  RegisterAudioSignalClasses();
+}
+
+void CollectComponents(TComponent& c, std::vector<TComponent*>& out) {
+  out.push_back(&c);
+  for (int i = 0; i < c.ComponentCount(); ++i) CollectComponents(*c.Components(i), out);
+}
+
+TSignalRead* FindReader(TComponent& root, const std::string& name) {
+  std::vector<TComponent*> all;
+  CollectComponents(root, all);
+  for (TComponent* c : all)
+    if (auto* r = dynamic_cast<TSignalRead*>(c); r && (name.empty() || SameText(r->Name(), name))) return r;
+  return nullptr;
+}
+
+TGraphRun RunGraph(TComponent& root, const std::vector<std::string>& pull, long long blocks,
+                   const std::function<void(double)>& progress) {
+  std::vector<TComponent*> all;
+  CollectComponents(root, all);
+  std::set<const TComponent*> read;  // components some other one takes as input
+  std::vector<TAnalysis*> analyses;
+  for (TComponent* c : all)
+    if (auto* a = dynamic_cast<TAnalysis*>(c)) {
+      analyses.push_back(a);
+      if (a->UsesInputs() && a->Inputs()) {
+        for (int i = 0; i < a->Inputs()->Count(); ++i)
+          if (auto* item = dynamic_cast<TSignalItem*>(a->Inputs()->Items(i)); item && item->Input())
+            read.insert(item->Input());
+      } else if (a->GetInput()) {
+        read.insert(a->GetInput());
+      }
+    }
+  TGraphRun run;
+  if (!pull.empty()) {
+    for (const std::string& name : pull) {
+      auto it = std::find_if(analyses.begin(), analyses.end(), [&](TAnalysis* a) { return a->Name() == name; });
+      if (it == analyses.end()) throw CLI::ValidationError("--pull", "the graph has no component named '" + name + "'");
+      run.Sinks.push_back(*it);
+    }
+  } else {
+    for (TAnalysis* a : analyses)
+      if (!read.count(a)) run.Sinks.push_back(a);
+  }
+  TSignalRead* reader = FindReader(root);
+  std::vector<TAnalysis*>& sinks = run.Sinks;
+  run.Pulls.assign(sinks.size(), 0);
+  run.Ended.assign(sinks.size(), false);
+  for (long long round = 0; !sinks.empty() && (blocks == 0 || round < blocks); ++round) {
+    // Mark every chain first, then pull: a source that several sinks share is computed once
+    // per round, so every sink sees every block.
+    for (std::size_t s = 0; s < sinks.size(); ++s)
+      if (!run.Ended[s]) sinks[s]->SetDirty(false), sinks[s]->MakeDirty();
+    bool any = false;
+    for (std::size_t s = 0; s < sinks.size(); ++s) {
+      if (run.Ended[s]) continue;
+      if (sinks[s]->InternalPull() == pipeEnd) {
+        run.Ended[s] = true;
+      } else {
+        ++run.Pulls[s];
+        any = true;
+      }
+    }
+    if (reader && progress) progress(reader->RecordPosition());
+    if (!any) break;
+  }
+  for (TAnalysis* a : analyses)
+    if (auto* w = dynamic_cast<TSignalWrite*>(a)) w->CloseFile();
+  return run;
+}
+
 namespace {
 
 struct RunOptions {
@@ -27,15 +104,6 @@ struct RunOptions {
   std::string describe;
   bool list = false, quiet = false;
 };
-
-void RegisterEverything() {
-  RegisterClass(TComponent::StaticClassInfo());  // the usual root of a graph file
-  RegisterOndrixToolsClasses();
-  RegisterFileSignalClasses();
-  RegisterSignalProcessingClasses();
-  RegisterSignalAnalysisClasses();
-  RegisterAudioSignalClasses();
-}
 
 const char* KindName(TPropKind k) {
   switch (k) {
@@ -88,68 +156,15 @@ int Describe(const std::string& name) {
   return 0;
 }
 
-/// The components of the tree, depth first.
-void Collect(TComponent& c, std::vector<TComponent*>& out) {
-  out.push_back(&c);
-  for (int i = 0; i < c.ComponentCount(); ++i) Collect(*c.Components(i), out);
-}
-
 int Run(const RunOptions& o) {
   std::unique_ptr<TComponent> root = LoadComponentFromFile(o.file);
-  std::vector<TComponent*> all;
-  Collect(*root, all);
-  std::set<const TComponent*> read;  // components some other one takes as input
-  std::vector<TAnalysis*> analyses;
-  for (TComponent* c : all)
-    if (auto* a = dynamic_cast<TAnalysis*>(c)) {
-      analyses.push_back(a);
-      if (a->UsesInputs() && a->Inputs()) {
-        for (int i = 0; i < a->Inputs()->Count(); ++i)
-          if (auto* item = dynamic_cast<TSignalItem*>(a->Inputs()->Items(i)); item && item->Input())
-            read.insert(item->Input());
-      } else if (a->GetInput()) {
-        read.insert(a->GetInput());
-      }
-    }
-  std::vector<TAnalysis*> sinks;
-  if (!o.pull.empty()) {
-    for (const std::string& name : o.pull) {
-      auto it = std::find_if(analyses.begin(), analyses.end(), [&](TAnalysis* a) { return a->Name() == name; });
-      if (it == analyses.end()) throw CLI::ValidationError("--pull", "the graph has no component named '" + name + "'");
-      sinks.push_back(*it);
-    }
-  } else {
-    for (TAnalysis* a : analyses)
-      if (!read.count(a)) sinks.push_back(a);
-  }
-  if (sinks.empty()) throw std::runtime_error(o.file + " holds no component to pull");
-  TSignalRead* reader = nullptr;
-  for (TAnalysis* a : analyses)
-    if (!reader) reader = dynamic_cast<TSignalRead*>(a);
-
-  std::vector<long long> pulls(sinks.size(), 0);
-  std::vector<bool> ended(sinks.size(), false);
+  TSignalRead* reader = FindReader(*root);
   Progress progress("running", reader ? reader->RecordLength() : 0.0, o.quiet);
-  for (long long round = 0; o.blocks == 0 || round < o.blocks; ++round) {
-    // Mark every chain first, then pull: a source that several sinks share is computed once
-    // per round, so every sink sees every block.
-    for (std::size_t s = 0; s < sinks.size(); ++s)
-      if (!ended[s]) sinks[s]->SetDirty(false), sinks[s]->MakeDirty();
-    bool any = false;
-    for (std::size_t s = 0; s < sinks.size(); ++s) {
-      if (ended[s]) continue;
-      if (sinks[s]->InternalPull() == pipeEnd) {
-        ended[s] = true;
-      } else {
-        ++pulls[s];
-        any = true;
-      }
-    }
-    if (reader) progress.Update(reader->RecordPosition());
-    if (!any) break;
-  }
-  for (TAnalysis* a : analyses)
-    if (auto* w = dynamic_cast<TSignalWrite*>(a)) w->CloseFile();
+  const TGraphRun run = RunGraph(*root, o.pull, o.blocks, [&](double position) { progress.Update(position); });
+  if (run.Sinks.empty()) throw std::runtime_error(o.file + " holds no component to pull");
+  const std::vector<TAnalysis*>& sinks = run.Sinks;
+  const std::vector<long long>& pulls = run.Pulls;
+  const std::vector<bool>& ended = run.Ended;
   for (std::size_t s = 0; s < sinks.size(); ++s) {
     TAnalysis* a = sinks[s];
     std::printf("%s (%s): %lld block(s)%s\n", a->Name().c_str(), a->ClassInfo().Name.c_str(), pulls[s],

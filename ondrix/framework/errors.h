@@ -1,21 +1,18 @@
 // Exception types of the component framework.
 #pragma once
 
-#include <exception>
 #include <string>
+
+#include "ondrix/vec/exceptions.h"
 
 namespace ondrix {
 
 /// Base of every framework error; what() is the fixed message, unchanged.
-/// (Not named Exception: that name belongs to the vector layer, which the framework does not use.)
-class EFrameworkError : public std::exception {
+/// Derived from the library's one root, ondrix::Exception, whose header is all inline: the
+/// framework includes it without linking the vector library.
+class EFrameworkError : public Exception {
 public:
-  explicit EFrameworkError(std::string message) : message_(std::move(message)) {}
-  const char* what() const noexcept override { return message_.c_str(); }
-  const std::string& Message() const noexcept { return message_; }
-
-private:
-  std::string message_;
+  using Exception::Exception;
 };
 
 /// An object cannot be assigned from another ("Cannot assign a X to a Y").

@@ -1,12 +1,16 @@
-// Exception types of the vector layer, shared by every layer above it.
+// Exception types of the vector layer, and ondrix::Exception, the root of every exception the
+// library raises (the framework's errors derive from it too). Keep the root inline: the
+// framework includes this header without linking the vector library.
 #pragma once
 
 #include <exception>
 #include <string>
+#include <utility>
 
 namespace ondrix {
 
-/// The library's general exception: what() is the fixed message, unchanged.
+/// The library's general exception and the root of all of its exceptions: one catch of
+/// ondrix::Exception catches every error of every layer. what() is the fixed message, unchanged.
 class Exception : public std::exception {
 public:
   explicit Exception(std::string message) : message_(std::move(message)) {}

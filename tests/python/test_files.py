@@ -1,0 +1,89 @@
+"""Signal files between Python, the tool and sox: the same samples whichever side writes."""
+
+import subprocess
+
+import numpy as np
+import pytest
+
+import ondrix
+
+
+def sox(*args):
+    subprocess.run(["sox", *map(str, args)], check=True, capture_output=True, timeout=60)
+
+
+def tool_values(run_tool, path, tmp_path):
+    """The file's values as the tool reads them: converted to .sfs (one value per line,
+    channels interleaved), parsed by NumPy."""
+    out = tmp_path / (path.stem + "_tool.sfs")
+    rc, _, err = run_tool("convert", "-q", path, out)
+    assert rc == 0, err
+    return np.loadtxt(out)[2:]  # after the count and the duration (a blank line follows)
+
+
+@pytest.fixture
+def stereo16(rng):
+    return np.round(rng.uniform(-32768, 32767, (3000, 2)))
+
+
+def test_every_format_round_trips_through_python(tmp_path, rng):
+    mono = rng.standard_normal(777)
+    cases = [("a.dat", rng.standard_normal((500, 3)), None), ("b.dat", mono + 1j * rng.standard_normal(777), None),
+             ("c.bin", mono.astype(np.float32).astype(float), None), ("d.dbn", mono, None), ("e.sfs", mono, None),
+             ("f.asc", mono, None), ("g.sgl", mono, None), ("h.wav", np.round(mono * 1000), "int16"),
+             ("i.wav", np.round(mono * 1e6), "int24"), ("j.wav", np.round(mono * 1e8), "int32"),
+             ("k.wav", mono.astype(np.float32).astype(float), None), ("l.dat", np.clip(np.round(mono * 50), -128, 127), "int8")]
+    for name, x, precision in cases:
+        ondrix.write(tmp_path / name, x, 8000.0, precision=precision)
+        y, fs, description = ondrix.read(tmp_path / name)
+        expected = x.reshape(len(x), -1)
+        assert y.shape == expected.shape and y.dtype == expected.dtype, name
+        assert np.array_equal(y, expected), name
+        # the text formats keep the duration, not the rate
+        assert fs == pytest.approx(8000.0, rel=1e-7) and isinstance(description, str)
+    info = ondrix.info(tmp_path / "a.dat")
+    assert info["records"][0]["channels"] == 3 and info["records"][0]["samples"] == 500
+
+
+def test_python_wave_files_read_the_same_in_the_tool_and_in_sox(tmp_path, run_tool, stereo16, rng):
+    path = tmp_path / "py16.wav"
+    ondrix.write(path, stereo16, 8000.0, precision="int16")
+    assert np.array_equal(tool_values(run_tool, path, tmp_path), stereo16.ravel())
+    sox(path, "-t", "raw", "-e", "signed", "-b", "16", tmp_path / "py16.raw")
+    assert np.array_equal(np.fromfile(tmp_path / "py16.raw", "<i2").reshape(-1, 2), stereo16)
+
+    floats = rng.uniform(-1, 1, (2000, 1)).astype(np.float32).astype(float)
+    ondrix.write(tmp_path / "pyf.wav", floats, 44100.0)  # single precision by default
+    sox(tmp_path / "pyf.wav", "-t", "raw", "-e", "floating-point", "-b", "32", tmp_path / "pyf.raw")
+    # sox carries samples as 32-bit integers inside: floats come back within one float32 ulp
+    assert np.max(np.abs(np.fromfile(tmp_path / "pyf.raw", "<f4") - floats.ravel())) <= 2.0 ** -24
+    assert np.array_equal(tool_values(run_tool, tmp_path / "pyf.wav", tmp_path), floats.ravel())
+
+
+def test_files_of_sox_and_of_the_tool_read_the_same_in_python(tmp_path, run_tool):
+    path = tmp_path / "sox.wav"
+    sox("-n", "-r", "16000", "-c", "2", "-b", "16", "-e", "signed", path, "synth", "0.3", "sine", "440", "sine", "1000",
+        "gain", "-3")
+    sox(path, "-t", "raw", "-e", "signed", "-b", "16", tmp_path / "sox.raw")
+    y, fs, _ = ondrix.read(path)
+    assert fs == 16000.0
+    assert np.array_equal(y, np.fromfile(tmp_path / "sox.raw", "<i2").reshape(-1, 2).astype(float))
+
+    rc, _, err = run_tool("generate", "-q", tmp_path / "gen.dat", "--fs", "8000", "-d", "0.5", "sine(300)",
+                          "noise(0.1)", "--seed", "7")
+    assert rc == 0, err
+    y, fs, _ = ondrix.read(tmp_path / "gen.dat")
+    assert y.shape == (4000, 2) and fs == 8000.0
+    assert np.array_equal(y.ravel(), tool_values(run_tool, tmp_path / "gen.dat", tmp_path))
+
+
+def test_errors_carry_the_library_message(tmp_path):
+    with pytest.raises(ondrix.Error, match="nothing.wav"):
+        ondrix.read(tmp_path / "nothing.wav")
+    (tmp_path / "bad.wav").write_bytes(b"RIFF\x10\x00\x00\x00WAVEjunkjunkjunk")
+    with pytest.raises(ondrix.Error):
+        ondrix.read(tmp_path / "bad.wav")
+    with pytest.raises(ondrix.Error, match="Unknown file file format extension"):
+        ondrix.write(tmp_path / "x.xyz", np.zeros(4), 1.0)
+    with pytest.raises(ValueError, match="wave file stores"):
+        ondrix.write(tmp_path / "x.wav", np.zeros(4), 1.0, precision="double")
