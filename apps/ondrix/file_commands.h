@@ -10,6 +10,9 @@ namespace ondrix::app {
 /// duration (as JSON with json set). Returns 0.
 int RunInfo(const std::string& file, bool json);
 
+/// Draws every channel of a record of file over time (one panel each, up to 8) into plot.
+void PlotWaveform(const std::string& file, int record, const std::string& plot, bool quiet);
+
 /// What `convert` does.
 struct ConvertOptions {
   std::string in, out;
