@@ -44,8 +44,8 @@ std::string JsonString(const std::string& s) {
 
 }  // namespace
 
-void PlotWaveform(const std::string& file, int record, const std::string& plot, bool quiet) {
-  CheckPlotFile(plot);
+void PlotWaveform(const std::string& file, int record, const TPlotOptions& plot, bool quiet) {
+  CheckPlotFile(plot.File);
   TSignalRead r(nullptr);
   OpenReader(r, file);
   if (record >= r.NumberOfRecords())
@@ -65,7 +65,7 @@ void PlotWaveform(const std::string& file, int record, const std::string& plot, 
     progress.Update(r.RecordPosition());
   }
   const double dt = 1.0 / r.SamplingFrequency();
-  TFigure fig(plot, shown, 1000, shown == 1 ? 460 : 300 * shown);
+  TFigure fig(plot.File, shown, plot.W(1000), plot.H(shown == 1 ? 460 : 300 * shown));
   for (int c = 0; c < shown; ++c) {
     const TCurve curve = env[c].Curve(dt);
     fig.Lines(file + ": channel " + std::to_string(c) + (channels > shown && c == 0 ? " (the first 8 of " +

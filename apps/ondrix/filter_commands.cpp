@@ -167,11 +167,11 @@ struct DesignOptions {
   double fs = 48000.0;
   bool json = false, csv = false;
   int points = 512;
-  std::string plot;
+  TPlotOptions plot;
 };
 
 /// Magnitude, phase and group delay in three panels, the specified bands drawn over the magnitude.
-void PlotResponse(const std::string& file, const nlohmann::ordered_json& resp, const FilterSpec& s, double fs,
+void PlotResponse(const TPlotOptions& plot, const nlohmann::ordered_json& resp, const FilterSpec& s, double fs,
                   int length) {
   const auto f = resp["frequency"].get<std::vector<double>>();
   const auto mag = resp["magnitude_db"].get<std::vector<double>>();
@@ -204,7 +204,7 @@ void PlotResponse(const std::string& file, const nlohmann::ordered_json& resp, c
       in = in || (spec.Y[k + 1] == -s.ripple && f[i] >= spec.X[k] && f[i] <= spec.X[k + 2]);
     if (in) passPhase.push_back(phase[i]), passDelay.push_back(delay[i]);
   }
-  TFigure fig(file, 3);
+  TFigure fig(plot.File, 3, plot.W(1000), plot.H(1160));
   fig.Lines(s.method + " " + s.type + " at " + ShortNumber(fs) + " Hz, " + (IsIir(s) ? "order " : "length ") +
                 std::to_string(length),
             x, db, {m, spec});
@@ -213,10 +213,10 @@ void PlotResponse(const std::string& file, const nlohmann::ordered_json& resp, c
 }
 
 int RunDesign(const DesignOptions& o) {
-  if (!o.plot.empty()) CheckPlotFile(o.plot);
+  if (!o.plot.File.empty()) CheckPlotFile(o.plot.File);
   auto f = MakeFilter(o.spec, o.fs);
   const TDesignReport& r = f->DesignReport();
-  if (!o.plot.empty()) PlotResponse(o.plot, Response(*f, o.spec, o.fs, std::max(o.points, 2048)), o.spec, o.fs, r.Length);
+  if (!o.plot.File.empty()) PlotResponse(o.plot, Response(*f, o.spec, o.fs, std::max(o.points, 2048)), o.spec, o.fs, r.Length);
   if (o.csv) {
     const auto resp = Response(*f, o.spec, o.fs, o.points);
     std::printf("frequency_hz,magnitude_db,phase_deg,group_delay_samples\n");
@@ -327,7 +327,7 @@ void AddFilterCommands(CLI::App& app, Commands& commands) {
   sub->add_flag("--csv", d->csv, "The response: frequency, magnitude (dB), phase (deg), group delay (samples)");
   sub->add_option("--points", d->points, "Frequencies of the response, 0 .. fs/2")->check(CLI::Range(3, 1 << 20))
       ->capture_default_str();
-  sub->add_option("--plot", d->plot, "Also draw magnitude, phase and group delay: FILE.svg, .png or .pdf");
+  AddPlotOptions(*sub, d->plot, "Also draw magnitude, phase and group delay");
   sub->footer("Example: ondrix design --fs 48000 --type lowpass --pass 4000 --stop 5000 --attenuation 80 "
               "--method elliptic --json > lp.json");
   commands.push_back({sub, [d] {

@@ -27,7 +27,8 @@ using namespace ondrix::app;
 
 void AddFileCommands(CLI::App& app, Commands& commands) {
   struct InfoOptions {
-    std::string file, plot;
+    std::string file;
+    TPlotOptions plot;
     int record = 0;
     bool json = false, quiet = false;
   };
@@ -35,14 +36,14 @@ void AddFileCommands(CLI::App& app, Commands& commands) {
   CLI::App* sub = app.add_subcommand("info", "Describe a signal file: format, records, rate, channels, precision");
   sub->add_option("file", info->file, "A .dat, .bin, .dbn, .sgl, .sfs, .asc or .wav file")->required();
   sub->add_flag("--json", info->json, "One JSON object instead of a table");
-  sub->add_option("--plot", info->plot, "Also draw the record's channels over time: FILE.svg, .png or .pdf");
+  AddPlotOptions(*sub, info->plot, "Also draw the record's channels over time");
   sub->add_option("-r,--record", info->record, "Record drawn by --plot")->check(CLI::NonNegativeNumber)
       ->capture_default_str();
   sub->add_flag("-q,--quiet", info->quiet, "No progress on stderr");
   sub->footer("Example: ondrix info recording.wav --plot recording.png");
   commands.push_back({sub, [info] {
                         const int status = RunInfo(info->file, info->json);
-                        if (!info->plot.empty()) PlotWaveform(info->file, info->record, info->plot, info->quiet);
+                        if (!info->plot.File.empty()) PlotWaveform(info->file, info->record, info->plot, info->quiet);
                         return status;
                       }});
 

@@ -91,6 +91,22 @@ double World(double v, bool log) { return log ? std::log10(v) : v; }
 
 }  // namespace
 
+void AddPlotOptions(CLI::App& sub, TPlotOptions& o, const std::string& what) {
+  sub.add_option("--plot", o.File, what + ": FILE.svg, .png or .pdf");
+  sub.add_option_function<std::string>(
+         "--plot-size",
+         [&o](const std::string& v) {
+           int w = 0, h = 0;
+           char x = 0, extra = 0;
+           if (std::sscanf(v.c_str(), "%d%c%d%c", &w, &x, &h, &extra) != 3 || (x != 'x' && x != 'X') || w < 200 ||
+               h < 150 || w > 10000 || h > 10000)
+             throw CLI::ValidationError("--plot-size", "takes WIDTHxHEIGHT in pixels, 200x150 .. 10000x10000");
+           o.Width = w, o.Height = h;
+         },
+         "Plot size in pixels, WIDTHxHEIGHT (points for .svg and .pdf)")
+      ->type_name("WxH");
+}
+
 void CheckPlotFile(const std::string& file, const std::string& option) {
   const char* dev = Device(file);
   if (!*dev) throw CLI::ValidationError(option, "the plot file's extension names its format: .svg, .png or .pdf");

@@ -5,7 +5,24 @@
 #include <string>
 #include <vector>
 
+namespace CLI {
+class App;
+}
+
 namespace ondrix::app {
+
+/// A command's plot options: the file (none: no plot) and a size that overrides the command's
+/// own (0: keep it).
+struct TPlotOptions {
+  std::string File;
+  int Width = 0, Height = 0;
+  /// The size to draw at: the one asked for, or width x height.
+  int W(int width) const { return Width > 0 ? Width : width; }
+  int H(int height) const { return Height > 0 ? Height : height; }
+};
+
+/// Adds --plot FILE (`what` says what is drawn) and --plot-size WxH to a command.
+void AddPlotOptions(CLI::App& sub, TPlotOptions& o, const std::string& what);
 
 /// Checks a plot file before long work starts: the extension names the format (.svg, .png,
 /// .pdf; a usage error of `option` otherwise), PLplot has a driver for it and the file can be

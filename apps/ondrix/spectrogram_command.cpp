@@ -27,14 +27,14 @@ struct SpectrogramOptions {
   bool dbfs = false;
   double range = 100.0;  // dB shown below the largest value
   double fmin = 0.0, fmax = -1.0;
-  std::string plot;
+  TPlotOptions plot;
   bool csv = false, quiet = false;
 };
 
 int Run(const SpectrogramOptions& o) {
-  if (o.plot.empty() && !o.csv) throw CLI::ValidationError("--plot", "a spectrogram goes to --plot FILE or --csv");
+  if (o.plot.File.empty() && !o.csv) throw CLI::ValidationError("--plot", "a spectrogram goes to --plot FILE or --csv");
   const TSignalWindowType window = ParseWindow(o.window);
-  if (!o.plot.empty()) CheckPlotFile(o.plot);
+  if (!o.plot.File.empty()) CheckPlotFile(o.plot.File);
   TFramedChannel in(o.file, o.channel, o.length, o.overlap, "--channel");
   if (in.Reader.Complex()) throw std::runtime_error("complex records are not analysed by this command");
   const double fs = in.Reader.SamplingFrequency();
@@ -59,7 +59,7 @@ int Run(const SpectrogramOptions& o) {
   const int step = in.Frames.ReadStep();
   const long long frames = 1 + static_cast<long long>(samples - o.length) / step;
   // frames that share an image column are averaged as powers, as a longer average would
-  const int columns = o.plot.empty() ? 0 : static_cast<int>(std::min<long long>(frames, TFigure::MaxColumns(o.plot)));
+  const int columns = o.plot.File.empty() ? 0 : static_cast<int>(std::min<long long>(frames, TFigure::MaxColumns(o.plot.File)));
   std::vector<double> sums;
   std::vector<int> counts(columns, 0);
   int first = 0, last = -1;
@@ -120,9 +120,9 @@ int Run(const SpectrogramOptions& o) {
   image.ZLo = image.ZHi - o.range;
   const std::string unit = o.dbfs ? (o.type == "psd" ? "dBFS/Hz" : "dBFS") : o.type == "psd" ? "dB re 1/Hz" : "dB re 1";
   image.ZLabel = std::string(TypeTitle(o.type)) + " (" + unit + ")";
-  image = Pool(image, TFigure::MaxColumns(o.plot), TFigure::MaxRows(o.plot));
+  image = Pool(image, TFigure::MaxColumns(o.plot.File), TFigure::MaxRows(o.plot.File));
   const double hz = an.HzRes();
-  TFigure fig(o.plot);
+  TFigure fig(o.plot.File, 1, o.plot.W(1000), o.plot.H(560));
   fig.Image(o.file + ", channel " + std::to_string(o.channel) + ": " + WindowName(window) + " " +
                 std::to_string(o.length) + ", " + ShortNumber(o.overlap) + " % overlap, " + std::to_string(frame) +
                 " frames",
@@ -151,9 +151,7 @@ void AddSpectrogramCommand(CLI::App& app, Commands& commands) {
   sub->add_option("--fmin", o->fmin, "Lowest frequency shown, Hz")->check(FiniteRange(0, 1e12))->capture_default_str();
   sub->add_option("--fmax", o->fmax, "Highest frequency shown, Hz (default: half the rate)")
       ->check(FiniteRange(0, 1e12, true));
-  sub->add_option("--plot", o->plot,
-                  "The image: FILE.png (up to 1200 x 1200 cells), .pdf, or .svg (up to 160 x 120 cells: a vector "
-                  "format draws each cell)");
+  AddPlotOptions(*sub, o->plot, "The image (.png holds up to 1200 x 1200 cells, .svg 160 x 120: a vector format draws each cell)");
   sub->add_flag("--csv", o->csv, "Every frame's lines as CSV, one row per frame (time of its centre, then linear "
                                  "powers, (peak amplitude)^2)");
   sub->add_flag("-q,--quiet", o->quiet, "No progress on stderr");

@@ -39,7 +39,7 @@ struct SpectrumOptions {
   int peaks = 5, harmonics = 10;
   std::string bands = "none";      // octave, third
   bool csv = false, json = false, quiet = false;
-  std::string plot;
+  TPlotOptions plot;
 };
 
 struct Scale {
@@ -59,7 +59,7 @@ struct Peak {
 
 int Run(const SpectrumOptions& o) {
   const TSignalWindowType window = ParseWindow(o.window);
-  if (!o.plot.empty()) CheckPlotFile(o.plot);
+  if (!o.plot.File.empty()) CheckPlotFile(o.plot.File);
   TFramedChannel in(o.file, o.channel, o.length, o.overlap, "--channel");
   const TSignalRead& reader = in.Reader;
   const int channels = in.Channels();
@@ -181,7 +181,7 @@ int Run(const SpectrumOptions& o) {
   int last = std::clamp(an.LineOf(fmax), 0, A.Length() - 1);
   if (an.LineFrequency(last) > fmax && last > first) --last;
   const std::string typeName = o.type == "psd" ? "psd" : o.type;
-  if (!o.plot.empty()) {
+  if (!o.plot.File.empty()) {
     // always in dB: a spectrum's range is its information
     const Scale dB{true, power, sc.db ? sc.ref : 1.0, ""};
     TCurve c;
@@ -192,7 +192,7 @@ int Run(const SpectrumOptions& o) {
     const std::string unit = o.dbfs ? sc.unit : o.type == "psd" ? "dB re 1/Hz" : "dB re 1";
     if (c.X.size() > 1) {
       const TAxis x{"Frequency (Hz)", c.X.front(), c.X.back(), o.zoom.empty()};
-      TFigure fig(o.plot);
+      TFigure fig(o.plot.File, 1, o.plot.W(1000), o.plot.H(560));
       fig.Lines(o.file + ", channel " + std::to_string(o.channel) + ": " + WindowName(window) + " " +
                     std::to_string(o.length) + ", " + std::to_string(analysed) + " frame(s), " + o.average,
                 x, DbAxis(std::string(TypeTitle(o.type)) + " (" + unit + ")", c.Y), {c});
@@ -307,7 +307,7 @@ void AddSpectrumCommand(CLI::App& app, Commands& commands) {
       ->check(CLI::IsMember({"none", "octave", "third"}))->capture_default_str();
   sub->add_flag("--csv", o->csv, "The spectrum's lines as CSV (frequency, value)");
   sub->add_flag("--json", o->json, "Everything as one JSON object");
-  sub->add_option("--plot", o->plot, "Also draw the spectrum in dB on a log frequency axis: FILE.svg, .png or .pdf");
+  AddPlotOptions(*sub, o->plot, "Also draw the spectrum in dB on a log frequency axis");
   sub->add_flag("-q,--quiet", o->quiet, "No progress on stderr");
   sub->footer("SNR, SINAD and THD+N count every line outside the tones' main lobes as noise: a window's leakage\n"
               "limits them for tones between lines (hann near 40 dB, blackmanharris near 60 dB); a tone on a line,\n"
