@@ -105,6 +105,9 @@ int Run(const SpectrumOptions& o) {
   if (o.bands == "octave") an.Bands()->SetOctaveBands(16.0, std::min(20000.0, fmax));
   if (o.bands == "third") an.Bands()->SetThirdOctaveBands(16.0, std::min(20000.0, fmax));
 
+  // peaks and bands matter once, on the final average, not after every frame
+  an.OnPeaksUpdate = [](TObject*) {};
+  an.OnBandsUpdate = [](TObject*) {};
   const long long wanted = o.frames > 0 && o.average != "exponential" ? o.frames : -1;
   Progress progress("spectrum", static_cast<double>(samples), o.quiet);
   int analysed = 0;
@@ -118,6 +121,8 @@ int Run(const SpectrumOptions& o) {
     if (wanted > 0 && analysed >= wanted) break;
   }
   if (analysed == 0) throw std::runtime_error("no frame was analysed");
+  an.Peaks()->Update();
+  an.Bands()->Update();
 
   // the peaks' search ran on powers; fit and measure on magnitudes
   TVec& A = an.Amplt();
