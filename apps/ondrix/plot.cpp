@@ -127,7 +127,6 @@ TFigure::TFigure(const std::string& file, int panels, int width, int height) {
   SetPalette();
   plssub(1, panels);
   plinit();
-  plfontld(1);
 }
 
 TFigure::~TFigure() { plend(); }
