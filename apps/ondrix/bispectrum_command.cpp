@@ -1,6 +1,7 @@
 #include "apps/ondrix/bispectrum_command.h"
 
 #include "apps/ondrix/framed_channel.h"
+#include "apps/ondrix/plot.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -26,10 +27,12 @@ struct BispectrumOptions {
   int top = 10;
   double floor = 0.0;  // pairs below this bicoherence are not listed
   bool csv = false, quiet = false;
+  TPlotOptions plot;
 };
 
 int Run(const BispectrumOptions& o) {
   const TSignalWindowType window = ParseWindow(o.window);
+  if (!o.plot.File.empty()) CheckPlotFile(o.plot.File);
   TFramedChannel in(o.file, o.channel, o.length, o.overlap, "--channel");
   TBiSpectrumAnalyzer an(nullptr);
   an.SetName("Bispectrum");
@@ -53,6 +56,21 @@ int Run(const BispectrumOptions& o) {
   an.UpdateSpectrum();
   const TMtx& b = ba.Bispectrum();
   const double df = in.Reader.SamplingFrequency() / o.length;
+  if (!o.plot.File.empty()) {
+    // the plane where f1 + f2 stays below half the rate; the rest holds no pair
+    const int lines = o.length / 2 + 1;
+    TImage image{std::vector<double>(static_cast<std::size_t>(lines) * lines, 0.0), lines, lines, 0.0, 1.0,
+                 "Bicoherence"};
+    for (int i = 0; i < lines && i < b.Rows(); ++i)
+      for (int j = 0; j < lines && j < b.Cols(); ++j)
+        if (i + j <= o.length / 2) image.Z[static_cast<std::size_t>(i) * lines + j] = b.Values(i, j);
+    image = Pool(image, TFigure::MaxColumns(o.plot.File), TFigure::MaxRows(o.plot.File));
+    const TAxis f1{"f1 (Hz)", -df / 2, (lines - 0.5) * df}, f2{"f2 (Hz)", -df / 2, (lines - 0.5) * df};
+    TFigure fig(o.plot.File, 1, o.plot.W(860), o.plot.H(760));
+    fig.Image(o.file + ", channel " + std::to_string(o.channel) + ": " + o.normalisation + " bicoherence, " +
+                  std::to_string(analysed) + " frames of " + std::to_string(o.length),
+              f1, f2, image);
+  }
   if (o.csv) {
     std::printf("f1_hz,f2_hz,bicoherence\n");
     for (int i = 0; i < b.Rows(); ++i)
@@ -104,6 +122,7 @@ void AddBispectrumCommand(CLI::App& app, Commands& commands) {
   sub->add_option("--floor", o->floor, "Pairs below this bicoherence are not listed")->check(FiniteRange(0, 1))
       ->capture_default_str();
   sub->add_flag("--csv", o->csv, "The plane's triangle f1 <= f2, f1 + f2 <= fs/2 as CSV (f1, f2, value)");
+  AddPlotOptions(*sub, o->plot, "Also draw the bicoherence plane (f1, f2) as an image");
   sub->add_flag("-q,--quiet", o->quiet, "No progress on stderr");
   sub->footer("Example: ondrix bispectrum gearbox.wav --length 512 --top 20");
   commands.push_back({sub, [o] { return Run(*o); }});

@@ -1,5 +1,6 @@
 #include "apps/ondrix/file_commands.h"
 
+#include "apps/ondrix/plot.h"
 #include "apps/ondrix/tool_common.h"
 
 #include <unistd.h>
@@ -42,6 +43,36 @@ std::string JsonString(const std::string& s) {
 }
 
 }  // namespace
+
+void PlotWaveform(const std::string& file, int record, const TPlotOptions& plot, bool quiet) {
+  CheckPlotFile(plot.File);
+  TSignalRead r(nullptr);
+  OpenReader(r, file);
+  if (record >= r.NumberOfRecords())
+    throw CLI::ValidationError("--record", "the file has " + std::to_string(r.NumberOfRecords()) + " record(s)");
+  r.SetRecordNumber(record);
+  if (r.Complex()) throw std::runtime_error("complex records are not drawn");
+  const int channels = std::max(r.ChannelCount(), 1), shown = std::min(channels, 8);
+  const long long samples = r.RecordLength();
+  if (samples < 2) throw std::runtime_error("the record holds fewer than two samples");
+  std::vector<TEnvelope> env(shown, TEnvelope(samples, 1500));
+  StreamFromStart(r);
+  Progress progress("reading", static_cast<double>(samples), quiet);
+  while (r.Pull() == pipeOK) {
+    const TVec& x = r.Data();
+    for (int i = 0; i + channels <= x.Length(); i += channels)
+      for (int c = 0; c < shown; ++c) env[c].Add(x.Values(i + c));
+    progress.Update(r.RecordPosition());
+  }
+  const double dt = 1.0 / r.SamplingFrequency();
+  TFigure fig(plot.File, shown, plot.W(1000), plot.H(shown == 1 ? 460 : 300 * shown));
+  for (int c = 0; c < shown; ++c) {
+    const TCurve curve = env[c].Curve(dt);
+    fig.Lines(file + ": channel " + std::to_string(c) + (channels > shown && c == 0 ? " (the first 8 of " +
+                  std::to_string(channels) + ")" : ""),
+              {"Time (s)", 0.0, samples * dt}, FitAxis("Value", curve.Y), {curve});
+  }
+}
 
 int RunInfo(const std::string& file, bool json) {
   TSignalRead r(nullptr);

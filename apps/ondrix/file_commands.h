@@ -4,11 +4,16 @@
 
 #include <string>
 
+#include "apps/ondrix/plot.h"
+
 namespace ondrix::app {
 
 /// Prints a file's format and, per record, its length, rate, channels, precision and
 /// duration (as JSON with json set). Returns 0.
 int RunInfo(const std::string& file, bool json);
+
+/// Draws every channel of a record of file over time (one panel each, up to 8) into plot.
+void PlotWaveform(const std::string& file, int record, const TPlotOptions& plot, bool quiet);
 
 /// What `convert` does.
 struct ConvertOptions {

@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "apps/ondrix/channel_stages.h"
+#include "apps/ondrix/plot.h"
 #include "ondrix/FileSignal/FileSignal.h"
 #include "ondrix/SignalProcessing/SignalProcessing.h"
 #include "ondrix/sigcore/filter_response.h"
@@ -125,9 +126,8 @@ nlohmann::ordered_json Response(TSignalFilter& f, const FilterSpec& s, double fs
   TVec freqs(n), h;
   for (int i = 0; i < n; ++i) freqs.Values(i) = 0.5 * fs * i / (n - 1);
   if (IsIir(s)) {
-    TVec num, den;
-    f.TransferFunIIR(&num, &den);
-    TransferFunResponse(num, den, freqs, h, fs);
+    // from the sections the filter runs: a high-order b/a polynomial loses the narrow bands
+    SosResponse(f.Taps(), freqs, h, fs);
   } else {
     TVec one(1);
     one.Values(0) = 1.0;
@@ -167,11 +167,56 @@ struct DesignOptions {
   double fs = 48000.0;
   bool json = false, csv = false;
   int points = 512;
+  TPlotOptions plot;
 };
 
+/// Magnitude, phase and group delay in three panels, the specified bands drawn over the magnitude.
+void PlotResponse(const TPlotOptions& plot, const nlohmann::ordered_json& resp, const FilterSpec& s, double fs,
+                  int length) {
+  const auto f = resp["frequency"].get<std::vector<double>>();
+  const auto mag = resp["magnitude_db"].get<std::vector<double>>();
+  const auto phase = resp["phase_deg"].get<std::vector<double>>();
+  auto delay = resp["group_delay_samples"].get<std::vector<double>>();
+  // samples to milliseconds; inside the stop bands the phase is noise, so is its slope
+  for (double& d : delay) d *= 1000.0 / fs;
+  const TAxis x{"Frequency (Hz)", 0.0, fs / 2};
+  TCurve m{f, mag, 0, "response"};
+  // the specification as a template: pass bands at 0 and -ripple, stop bands at -attenuation
+  TCurve spec{{}, {}, 3, "specification"};
+  auto band = [&](double lo, double hi, double level) {
+    spec.X.insert(spec.X.end(), {lo, lo, hi, hi});
+    spec.Y.insert(spec.Y.end(), {NAN, level, level, NAN});
+  };
+  const double nyq = fs / 2;
+  if (s.type == "lowpass") band(0, s.pass[0], -s.ripple), band(s.stop[0], nyq, -s.attenuation);
+  if (s.type == "highpass") band(0, s.stop[0], -s.attenuation), band(s.pass[0], nyq, -s.ripple);
+  if (s.type == "bandpass")
+    band(0, s.stop[0], -s.attenuation), band(s.pass[0], s.pass[1], -s.ripple), band(s.stop[1], nyq, -s.attenuation);
+  if (s.type == "bandstop")
+    band(0, s.pass[0], -s.ripple), band(s.stop[0], s.stop[1], -s.attenuation), band(s.pass[1], nyq, -s.ripple);
+  TAxis db = DbAxis("Magnitude (dB)", mag, std::max(40.0, s.attenuation + 40.0));
+  db.Hi = std::max(db.Hi, 10.0);
+  // phase and delay are what matters in the pass bands; elsewhere they jump at every zero
+  std::vector<double> passPhase, passDelay;
+  for (std::size_t i = 0; i < f.size(); ++i) {
+    bool in = false;
+    for (std::size_t k = 0; k + 1 < spec.X.size(); k += 4)
+      in = in || (spec.Y[k + 1] == -s.ripple && f[i] >= spec.X[k] && f[i] <= spec.X[k + 2]);
+    if (in) passPhase.push_back(phase[i]), passDelay.push_back(delay[i]);
+  }
+  TFigure fig(plot.File, 3, plot.W(1000), plot.H(1160));
+  fig.Lines(s.method + " " + s.type + " at " + ShortNumber(fs) + " Hz, " + (IsIir(s) ? "order " : "length ") +
+                std::to_string(length),
+            x, db, {m, spec});
+  fig.Lines("Phase (unwrapped)", x, FitAxis("Phase (degrees)", passPhase), {{f, phase, 0, ""}});
+  fig.Lines("Group delay (axis fitted to the pass bands)", x, FitAxis("Group delay (ms)", passDelay), {{f, delay, 0, ""}});
+}
+
 int RunDesign(const DesignOptions& o) {
+  if (!o.plot.File.empty()) CheckPlotFile(o.plot.File);
   auto f = MakeFilter(o.spec, o.fs);
   const TDesignReport& r = f->DesignReport();
+  if (!o.plot.File.empty()) PlotResponse(o.plot, Response(*f, o.spec, o.fs, std::max(o.points, 2048)), o.spec, o.fs, r.Length);
   if (o.csv) {
     const auto resp = Response(*f, o.spec, o.fs, o.points);
     std::printf("frequency_hz,magnitude_db,phase_deg,group_delay_samples\n");
@@ -193,8 +238,7 @@ int RunDesign(const DesignOptions& o) {
       double gain = 0;
       f->TransferFunIIR(&num, &den);
       f->ZeroPoleIIR(&zeros, &poles, &gain);
-      TVec sos;
-      TransferFunToSos(num, den, sos);
+      const TVec& sos = f->Taps();  // the sections the filter runs, from its zeros and poles
       j["b"] = Values(num);
       j["a"] = Values(den);
       std::vector<std::vector<double>> sections;
@@ -262,7 +306,7 @@ int RunFilter(FilterOptions o) {
   writer.SetInput(&stages);
   StreamFromStart(reader);
   Progress progress("filtering", reader.RecordLength(), o.quiet);
-  while (writer.Pull() == pipeOK) progress.Update(reader.RecordPosition() / static_cast<double>(channels));
+  while (writer.Pull() == pipeOK) progress.Update(reader.RecordPosition());
   writer.CloseFile();
   const TDesignReport& r = stages.Item(0).DesignReport();
   std::printf("%s -> %s: %s %s, %s %d, %d channel(s)%s\n", o.in.c_str(), o.out.c_str(), spec.method.c_str(),
@@ -283,6 +327,7 @@ void AddFilterCommands(CLI::App& app, Commands& commands) {
   sub->add_flag("--csv", d->csv, "The response: frequency, magnitude (dB), phase (deg), group delay (samples)");
   sub->add_option("--points", d->points, "Frequencies of the response, 0 .. fs/2")->check(CLI::Range(3, 1 << 20))
       ->capture_default_str();
+  AddPlotOptions(*sub, d->plot, "Also draw magnitude, phase and group delay");
   sub->footer("Example: ondrix design --fs 48000 --type lowpass --pass 4000 --stop 5000 --attenuation 80 "
               "--method elliptic --json > lp.json");
   commands.push_back({sub, [d] {

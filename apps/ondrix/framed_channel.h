@@ -35,10 +35,10 @@ struct TFramedChannel {
     Frames.SetInput(&Demux);
   }
   int Channels() const { return Reader.ChannelCount() > 1 ? Reader.ChannelCount() : 1; }
-  /// Samples per channel read so far, for progress.
-  double Position() const { return Reader.RecordPosition() / static_cast<double>(Channels()); }
+  /// Samples per channel read so far, for progress (the reader counts per channel).
+  double Position() const { return Reader.RecordPosition(); }
   /// Samples per channel of the record.
-  double Samples() const { return Reader.RecordLength() / static_cast<double>(Channels()); }
+  double Samples() const { return Reader.RecordLength(); }
 };
 
 }  // namespace ondrix::app

@@ -18,6 +18,7 @@
 #include "apps/ondrix/multirate_commands.h"
 #include "apps/ondrix/run_command.h"
 #include "apps/ondrix/spectrum_command.h"
+#include "apps/ondrix/spectrogram_command.h"
 #include "apps/ondrix/tool_common.h"
 #include "ondrix/version.h"
 
@@ -28,14 +29,24 @@ using namespace ondrix::app;
 void AddFileCommands(CLI::App& app, Commands& commands) {
   struct InfoOptions {
     std::string file;
-    bool json = false;
+    TPlotOptions plot;
+    int record = 0;
+    bool json = false, quiet = false;
   };
   auto info = std::make_shared<InfoOptions>();
   CLI::App* sub = app.add_subcommand("info", "Describe a signal file: format, records, rate, channels, precision");
   sub->add_option("file", info->file, "A .dat, .bin, .dbn, .sgl, .sfs, .asc or .wav file")->required();
   sub->add_flag("--json", info->json, "One JSON object instead of a table");
-  sub->footer("Example: ondrix info recording.wav");
-  commands.push_back({sub, [info] { return RunInfo(info->file, info->json); }});
+  AddPlotOptions(*sub, info->plot, "Also draw the record's channels over time");
+  sub->add_option("-r,--record", info->record, "Record drawn by --plot")->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  sub->add_flag("-q,--quiet", info->quiet, "No progress on stderr");
+  sub->footer("Example: ondrix info recording.wav --plot recording.png");
+  commands.push_back({sub, [info] {
+                        const int status = RunInfo(info->file, info->json);
+                        if (!info->plot.File.empty()) PlotWaveform(info->file, info->record, info->plot, info->quiet);
+                        return status;
+                      }});
 
   auto conv = std::make_shared<ConvertOptions>();
   sub = app.add_subcommand("convert",
@@ -105,6 +116,7 @@ int main(int argc, char** argv) {
   AddFileCommands(app, commands);
   AddGenerateCommand(app, commands);
   AddSpectrumCommand(app, commands);
+  AddSpectrogramCommand(app, commands);
   AddFilterCommands(app, commands);
   AddCoherenceCommand(app, commands);
   AddBispectrumCommand(app, commands);

@@ -1,6 +1,8 @@
 #include "apps/ondrix/spectrum_command.h"
 
 #include "apps/ondrix/framed_channel.h"
+#include "apps/ondrix/plot.h"
+#include "apps/ondrix/spectrum_types.h"
 
 #include <algorithm>
 #include <cmath>
@@ -37,26 +39,8 @@ struct SpectrumOptions {
   int peaks = 5, harmonics = 10;
   std::string bands = "none";      // octave, third
   bool csv = false, json = false, quiet = false;
+  TPlotOptions plot;
 };
-
-/// What a sine of amplitude A reads in each spectrum type.
-const char* const kTypeHelp =
-    "Spectrum type, one-sided; what a sine of amplitude A reads:\n"
-    "  peak   A            (peak amplitude)\n"
-    "  rms    A/sqrt(2)    (RMS amplitude)\n"
-    "  power  A^2/2        (mean square, units^2)\n"
-    "  psd    A^2/2 / ENBW (power spectral density, units^2/Hz; ENBW = the window's\n"
-    "                       equivalent noise bandwidth in Hz; white noise of variance s^2\n"
-    "                       reads s^2/(fs/2))\n"
-    "Frames are averaged as powers (RMS averaging) in every type.";
-
-/// A line's value in the shown type, from its power P = (peak amplitude)².
-double Shown(const std::string& type, double P, double enbwHz) {
-  if (type == "peak") return std::sqrt(P);
-  if (type == "rms") return std::sqrt(P / 2);
-  if (type == "power") return P / 2;
-  return P / 2 / enbwHz;
-}
 
 struct Scale {
   bool db, power;
@@ -75,6 +59,7 @@ struct Peak {
 
 int Run(const SpectrumOptions& o) {
   const TSignalWindowType window = ParseWindow(o.window);
+  if (!o.plot.File.empty()) CheckPlotFile(o.plot.File);
   TFramedChannel in(o.file, o.channel, o.length, o.overlap, "--channel");
   const TSignalRead& reader = in.Reader;
   const int channels = in.Channels();
@@ -120,6 +105,9 @@ int Run(const SpectrumOptions& o) {
   if (o.bands == "octave") an.Bands()->SetOctaveBands(16.0, std::min(20000.0, fmax));
   if (o.bands == "third") an.Bands()->SetThirdOctaveBands(16.0, std::min(20000.0, fmax));
 
+  // peaks and bands matter once, on the final average, not after every frame
+  an.OnPeaksUpdate = [](TObject*) {};
+  an.OnBandsUpdate = [](TObject*) {};
   const long long wanted = o.frames > 0 && o.average != "exponential" ? o.frames : -1;
   Progress progress("spectrum", static_cast<double>(samples), o.quiet);
   int analysed = 0;
@@ -133,6 +121,8 @@ int Run(const SpectrumOptions& o) {
     if (wanted > 0 && analysed >= wanted) break;
   }
   if (analysed == 0) throw std::runtime_error("no frame was analysed");
+  an.Peaks()->Update();
+  an.Bands()->Update();
 
   // the peaks' search ran on powers; fit and measure on magnitudes
   TVec& A = an.Amplt();
@@ -169,11 +159,11 @@ int Run(const SpectrumOptions& o) {
     thd = 100.0 * std::sqrt(sum) / peaks[0].value;
   }
 
-  const bool power = o.type == "power" || o.type == "psd";
+  const bool power = IsPowerType(o.type);
   const double fullScale = FullScale(reader.Precision());
   Scale sc{o.db || o.dbfs, power, 1.0, ""};
   if (o.dbfs) {
-    sc.ref = Shown(o.type == "psd" ? "power" : o.type, fullScale * fullScale, 1.0);
+    sc.ref = FullScaleReference(o.type, fullScale);
     sc.unit = o.type == "psd" ? "dBFS/Hz" : "dBFS";
   } else if (sc.db) {
     sc.unit = o.type == "psd" ? "dB re 1/Hz" : "dB re 1";
@@ -196,6 +186,23 @@ int Run(const SpectrumOptions& o) {
   int last = std::clamp(an.LineOf(fmax), 0, A.Length() - 1);
   if (an.LineFrequency(last) > fmax && last > first) --last;
   const std::string typeName = o.type == "psd" ? "psd" : o.type;
+  if (!o.plot.File.empty()) {
+    // always in dB: a spectrum's range is its information
+    const Scale dB{true, power, sc.db ? sc.ref : 1.0, ""};
+    TCurve c;
+    for (int k = std::max(first, o.zoom.empty() ? 1 : 0); k <= last; ++k) {
+      c.X.push_back(an.LineFrequency(k));
+      c.Y.push_back(dB(Shown(o.type, A.Values(k) * A.Values(k), enbwHz)));
+    }
+    const std::string unit = o.dbfs ? sc.unit : o.type == "psd" ? "dB re 1/Hz" : "dB re 1";
+    if (c.X.size() > 1) {
+      const TAxis x{"Frequency (Hz)", c.X.front(), c.X.back(), o.zoom.empty()};
+      TFigure fig(o.plot.File, 1, o.plot.W(1000), o.plot.H(560));
+      fig.Lines(o.file + ", channel " + std::to_string(o.channel) + ": " + WindowName(window) + " " +
+                    std::to_string(o.length) + ", " + std::to_string(analysed) + " frame(s), " + o.average,
+                x, DbAxis(std::string(TypeTitle(o.type)) + " (" + unit + ")", c.Y), {c});
+    }
+  }
   if (o.csv) {
     std::printf("frequency_hz,%s_%s\n", typeName.c_str(), sc.db ? (o.dbfs ? "dbfs" : "db") : "linear");
     for (int k = first; k <= last; ++k)
@@ -305,6 +312,7 @@ void AddSpectrumCommand(CLI::App& app, Commands& commands) {
       ->check(CLI::IsMember({"none", "octave", "third"}))->capture_default_str();
   sub->add_flag("--csv", o->csv, "The spectrum's lines as CSV (frequency, value)");
   sub->add_flag("--json", o->json, "Everything as one JSON object");
+  AddPlotOptions(*sub, o->plot, "Also draw the spectrum in dB on a log frequency axis");
   sub->add_flag("-q,--quiet", o->quiet, "No progress on stderr");
   sub->footer("SNR, SINAD and THD+N count every line outside the tones' main lobes as noise: a window's leakage\n"
               "limits them for tones between lines (hann near 40 dB, blackmanharris near 60 dB); a tone on a line,\n"

@@ -286,7 +286,12 @@ struct TReadContext {
   bool DeferLinks = false;          // true for new trees: links are set once all exist
   std::vector<TFixup> Fixups;
   std::vector<TComponent*> Touched;  // created or loaded, in order
+  int Depth = 0;                      // components being read, the root included
 };
+
+// Real graphs nest a few levels; a limit keeps a hostile file from exhausting the stack (and
+// the quadratic growth of the place names).
+constexpr int kMaxComponentDepth = 64;
 
 json Parse(const std::string& Text) {
   try {
@@ -568,6 +573,8 @@ void ReadPersistent(TPersistent& Obj, const json& J, TReadContext& Ctx, const st
 std::unique_ptr<TComponent> ReadComponent(const json& J, TComponent* Parent, TReadContext& Ctx,
                                           const std::string& ParentWhere) {
   const std::string at = ParentWhere.empty() ? "the root" : ParentWhere;
+  if (Ctx.Depth >= kMaxComponentDepth)
+    Fail(at, "components nested deeper than " + std::to_string(kMaxComponentDepth) + " levels");
   if (!J.is_object()) Fail(at, "a component object expected");
   CheckKeys(J, {"class", "name", "properties", "binary", "components"}, at);
   auto cls = J.find("class");
@@ -615,7 +622,9 @@ std::unique_ptr<TComponent> ReadComponent(const json& J, TComponent* Parent, TRe
   ReadBody(*c, J, Ctx, where);
   if (auto it = J.find("components"); it != J.end()) {
     if (!it->is_array()) Fail(where, "\"components\" must be an array");
+    ++Ctx.Depth;
     for (const json& child : *it) ReadComponent(child, c, Ctx, where);
+    --Ctx.Depth;
   }
   return holder;
 }

@@ -96,6 +96,8 @@ void TVec::Reserve(int doubles, bool keep) {
 
 void TVec::SetSizeRaw(int length, bool complex, bool keepValues) {
   if (length < 0) ERaise("TVec: negative length " + std::to_string(length));
+  if (length > kMaxVecLength)
+    ERaise("TVec: length " + std::to_string(length) + " out of range (at most " + std::to_string(kMaxVecLength) + ")");
   if (subRange_ && (length != length_ || complex != complex_))
     ERaise("TVec: cannot resize a vector that is narrowed to a sub-range");
   int oldDoubles = RealLength();

@@ -20,6 +20,9 @@ void SeedRandomStreams(std::uint64_t seed);
 
 class TVec;
 
+/// The most values a TVec holds (see TVec).
+inline constexpr int kMaxVecLength = 1 << 28;
+
 /// Event fired by a vector whenever its length or its complex flag changes.
 using TVecSizeEvent = std::function<void(TVec* sender)>;
 
@@ -38,6 +41,8 @@ using TVecSizeEvent = std::function<void(TVec* sender)>;
 /// - Growing a vector zeroes the new elements; memory is kept when it shrinks, so resizing back
 ///   and forth within the largest size never allocates.
 /// - Phases are in radians.
+/// - A vector holds at most kMaxVecLength values (2^28: 2 GiB real, 4 GiB complex), so that a
+///   length read from a file or a settings text cannot ask for an unbounded allocation.
 class TVec {
 public:
   TVec();

@@ -155,6 +155,8 @@ const THostile kHostile[] = {
      "Invalid settings at Root/Gen1.Sounds.Templates.Data: TStringStreamList: entry size out of range", 2},
     {"settings-slow-2.json", SettingsFile,
      "Invalid settings at Root/Gen1.Sounds.Templates.Data: TStringStreamList: names length out of range", 2},
+    {"settings-length-2g.json", SettingsFile,
+     "Invalid settings at Gen.Length: TVec: length 2000000000 out of range (at most 268435456)", 2},
 };
 
 class HostileInput : public ::testing::TestWithParam<THostile> {};
@@ -212,4 +214,15 @@ TEST(HostileInput, CountsAreCheckedBeforeTheyAreConverted) {
   } catch (const EReadError& e) {
     EXPECT_STREQ(e.what(), "TLoader: size out of range");
   }
+}
+
+TEST(HostileInput, DeeplyNestedComponentsAreRefusedAtAFixedDepth) {
+  // 100,000 levels: past the limit the reader stops before the stack or the place names grow
+  RegisterSignalProcessingClasses();
+  std::string text;
+  for (int i = 0; i < 100000; ++i) text += R"({"class": "TSignalBuffer", "components": [)";
+  for (int i = 0; i < 100000; ++i) text += "]}";
+  const TOutcome o = Measure([&] { (void)LoadComponentFromJson(text); }, [] { return 0; });
+  EXPECT_TRUE(o.Message.ends_with("components nested deeper than 64 levels")) << o.Message.substr(0, 200);
+  EXPECT_LT(o.Seconds, 20 * kSeconds);
 }

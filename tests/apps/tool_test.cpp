@@ -147,6 +147,36 @@ TEST_F(ToolFiles, SpectrumReadsTonesBetweenLinesAndNoiseDensity) {
   EXPECT_NEAR(mean, sd * sd / (fs / 2), 0.02 * sd * sd / (fs / 2));
 }
 
+TEST_F(ToolFiles, SpectrogramRowsAreTheFramesOfOneChannel) {
+  // stereo: channel 1 holds a tone on line 20 of a 256 frame; 3000 samples per channel
+  const double fs = 8000, A = 0.3, f = 20 * fs / 256;
+  const int n = 3000;
+  std::vector<double> values(2 * n);
+  for (int i = 0; i < n; ++i) values[2 * i] = 0.01 * ((i * 37) % 11), values[2 * i + 1] = A * std::cos(2 * M_PI * f * i / fs);
+  WriteBlocks(Path("t.dat"), {Vec(values)}, 2, prDouble, fs);
+  const auto [rc, csv] = Tool("spectrogram -q --csv -c 1 -n 256 --overlap 75 " + Path("t.dat"));
+  ASSERT_EQ(rc, 0) << csv;
+  std::istringstream lines(csv);
+  std::string line;
+  std::getline(lines, line);
+  ASSERT_EQ(line.substr(0, 14), "time_s,0,31.25");
+  int frames = 0;
+  while (std::getline(lines, line)) {
+    std::vector<double> v;
+    std::istringstream cells(line);
+    for (std::string c; std::getline(cells, c, ',');) v.push_back(std::stod(c));
+    ASSERT_EQ(v.size(), 1u + 128);  // lines 0 .. N/2 − 1
+    EXPECT_NEAR(v[0], (frames * 64 + 128) / fs, 1e-12);  // the frame's centre
+    EXPECT_NEAR(v[1 + 20], A * A, 1e-12);                  // (peak amplitude)² of a tone on a line
+    EXPECT_LT(v[1 + 40], 1e-20);
+    ++frames;
+  }
+  EXPECT_EQ(frames, 1 + (n - 256) / 64);
+  // a frame longer than half the interleaved values still fits one channel's samples
+  const auto [rc2, out] = Tool("spectrum -q --json -c 1 -n 2048 " + Path("t.dat"));
+  EXPECT_EQ(rc2, 0) << out;
+}
+
 TEST_F(ToolFiles, GenerateWritesTheFormulasChannelByChannel) {
   const double fs = 8000;
   auto gen = [&](const std::string& file, const std::string& args) {
@@ -201,6 +231,19 @@ TEST_F(ToolFiles, FilterMeetsItsDesignOnEveryChannel) {
   ASSERT_EQ(Tool("filter -q " + Path("in.dat") + " " + Path("b.dat") + " -m elliptic" + spec).first, 0);
   EXPECT_TRUE(Near(ReadWhole(Path("a.dat")), ReadWhole(Path("b.dat")), 0));
   EXPECT_EQ(Tool("design --fs 8000 --pass 1500 --stop 1000").first, 2);
+
+  // a narrow band at a high rate: the sections, not the ill-conditioned b/a, carry the design
+  const auto [rc2, bp] = Tool("design --json --fs 48000 -t bandpass --stop 800 3000 --pass 1000 2500 -m elliptic");
+  ASSERT_EQ(rc2, 0) << bp;
+  const auto d = nlohmann::json::parse(bp);
+  for (double f = 1000; f <= 2500; f += 7.5) {
+    std::complex<double> h = 1.0;
+    const std::complex<double> z = std::polar(1.0, -2 * M_PI * f / 48000);  // z^-1
+    for (const auto& c : d["sos"])
+      h *= (c[0].get<double>() + c[1].get<double>() * z + c[2].get<double>() * z * z) /
+           (c[3].get<double>() + c[4].get<double>() * z + c[5].get<double>() * z * z);
+    EXPECT_NEAR(20 * std::log10(std::abs(h)), -0.05, 0.0501) << f;  // within the 0.1 dB ripple
+  }
 }
 
 TEST_F(ToolFiles, CoherenceOfAFilteredNoiseGivesTheFiltersResponse) {
