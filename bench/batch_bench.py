@@ -27,7 +27,9 @@ def graph():
     return {"class": "TComponent", "name": "Graph", "components": [
         {"class": "TSignalRead", "name": "Reader", "properties": {"Length": N, "LastFrameCheck": "lfcLastFullBlock"}},
         {"class": "TSpectrumAnalyzer", "name": "Spectrum", "properties": {
+            # the peer computes no phase either (the component's default would, at an atan2 a line)
             "Inputs": [{"properties": {"Input": "Reader"}}], "Window": "wtHanning", "SpectrumType": "stDoubleAmplitude",
+            "PhaseMode": "pmIgnore",
             "Stats": {"properties": {"Averaging": "avLinearInf"}},
             "Peaks": {"properties": {"TraceMethod": "ptAmpltHarmonics", "HarmonicsCount": HARMONICS}}}}]}
 

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the release tool, and runs the main job: a test recording is
-# generated, filtered into a second file, and both are analysed, with plots, in a folder it names.
+# Installs what is missing, builds the release tool and the Python module (importable as
+# `ondrix` afterwards, through a .pth file in the user's site folder), and runs the main job:
+# a test recording is generated, filtered into a second file, and both are analysed, with
+# plots, in a folder it names.
 # With arguments, runs the tool with them instead (try: scripts/run.sh --help).
 # ONDRIX_OUT sets the folder (default: build/workflow).
 set -euo pipefail
@@ -9,11 +11,15 @@ bash scripts/setup.sh
 log=build/run-build.log
 mkdir -p build
 # The build speaks only when it fails, so that the tool's output stands alone.
-if ! { cmake --preset release && cmake --build --preset release --target ondrix; } >"$log" 2>&1; then
+if ! { cmake --preset release && cmake --build --preset release --target ondrix ondrix_python; } >"$log" 2>&1; then
   cat "$log" >&2
   echo "run.sh: the build failed (log: $log)" >&2
   exit 1
 fi
+# `import ondrix` from this build tree, for the user's Python (a .pth file in the user site)
+site="$(/usr/bin/python3 -m site --user-site)"
+mkdir -p "$site" && printf '%s\n' "$PWD/build/release/python" >"$site/ondrix-build.pth"
+
 tool="$PWD/build/release/apps/ondrix/ondrix"
 if [ $# -gt 0 ]; then exec "$tool" "$@"; fi
 
