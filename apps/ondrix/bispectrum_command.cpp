@@ -17,12 +17,8 @@ namespace ondrix::app {
 
 namespace {
 
-struct BispectrumOptions {
-  std::string file;
-  int channel = 0;
-  std::string window = "hann";
-  int length = 256;
-  double overlap = 50.0;
+struct BispectrumOptions : TFrameOptions {
+  BispectrumOptions() { length = 256; }
   std::string normalisation = "modified";  // modified, default
   int top = 10;
   double floor = 0.0;  // pairs below this bicoherence are not listed
@@ -105,14 +101,7 @@ int Run(const BispectrumOptions& o) {
 void AddBispectrumCommand(CLI::App& app, Commands& commands) {
   auto o = std::make_shared<BispectrumOptions>();
   CLI::App* sub = app.add_subcommand("bispectrum", "Bicoherence of a file's channel: quadratic phase coupling");
-  sub->add_option("file", o->file, "A signal file")->required();
-  sub->add_option("-c,--channel", o->channel, "Channel analysed (0 = first)")->check(CLI::Range(0, 1 << 16))
-      ->capture_default_str();
-  sub->add_option("-w,--window", o->window, "Window: " + WindowChoices())->capture_default_str();
-  sub->add_option("-n,--length", o->length, "Samples per frame (the plane has length/2 + 1 lines a side)")
-      ->check(CLI::Range(8, 4096))->capture_default_str();
-  sub->add_option("--overlap", o->overlap, "Overlap of frames, percent")->check(FiniteRange(0, 95))
-      ->capture_default_str();
+  AddFrameOptions(*sub, *o, 4096, "Samples per frame (the plane has length/2 + 1 lines a side)");
   sub->add_option("--normalisation", o->normalisation,
                   "modified: |E B|^2 / E|B|^2; default: |E B|^2 / (Q(f1) Q(f2) Q(f1+f2))^(2/3), Q = E|X|^3 "
                   "(both in [0, 1])")

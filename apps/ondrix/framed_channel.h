@@ -9,6 +9,29 @@
 
 namespace ondrix::app {
 
+/// What every frame-analysing command asks: the file, its channel, the window, the frame
+/// length and the overlap; each command sets its own defaults.
+struct TFrameOptions {
+  std::string file;
+  int channel = 0;
+  std::string window = "hann";
+  int length = 4096;
+  double overlap = 50.0;  // percent
+};
+
+/// Adds FILE, --channel, --window, --length (8 .. maxLength; lengthHelp says what it is)
+/// and --overlap to a command.
+inline void AddFrameOptions(CLI::App& sub, TFrameOptions& o, int maxLength,
+                            const std::string& lengthHelp = "Samples per frame") {
+  sub.add_option("file", o.file, "A signal file")->required();
+  sub.add_option("-c,--channel", o.channel, "Channel analysed (0 = first)")->check(CLI::Range(0, 1 << 16))
+      ->capture_default_str();
+  sub.add_option("-w,--window", o.window, "Window: " + WindowChoices())->capture_default_str();
+  sub.add_option("-n,--length", o.length, lengthHelp)->check(CLI::Range(8, maxLength))->capture_default_str();
+  sub.add_option("--overlap", o.overlap, "Overlap of frames, percent")->check(FiniteRange(0, 95))
+      ->capture_default_str();
+}
+
 /// reader → demux (one channel) → scrolling buffer with overlap. Frames.Pull() answers pipeOK
 /// with a new frame, pipeStream while one is gathering, pipeEnd at the end: a multi-input
 /// analyzer would update on pipeStream too, so callers pull the frames and update it on pipeOK.

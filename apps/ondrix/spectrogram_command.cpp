@@ -17,12 +17,8 @@ namespace ondrix::app {
 
 namespace {
 
-struct SpectrogramOptions {
-  std::string file;
-  int channel = 0;
-  std::string window = "hann";
-  int length = 1024;
-  double overlap = 75.0;
+struct SpectrogramOptions : TFrameOptions {
+  SpectrogramOptions() { length = 1024, overlap = 75.0; }
   std::string type = "rms";
   bool dbfs = false;
   double range = 100.0;  // dB shown below the largest value
@@ -136,13 +132,7 @@ int Run(const SpectrogramOptions& o) {
 void AddSpectrogramCommand(CLI::App& app, Commands& commands) {
   auto o = std::make_shared<SpectrogramOptions>();
   CLI::App* sub = app.add_subcommand("spectrogram", "Frame-by-frame spectra of a signal file, as an image");
-  sub->add_option("file", o->file, "A signal file")->required();
-  sub->add_option("-c,--channel", o->channel, "Channel analysed (0 = first)")->check(CLI::Range(0, 1 << 16))
-      ->capture_default_str();
-  sub->add_option("-w,--window", o->window, "Window: " + WindowChoices())->capture_default_str();
-  sub->add_option("-n,--length", o->length, "Samples per frame")->check(CLI::Range(8, 1 << 20))->capture_default_str();
-  sub->add_option("--overlap", o->overlap, "Overlap of frames, percent")->check(FiniteRange(0, 95))
-      ->capture_default_str();
+  AddFrameOptions(*sub, *o, 1 << 20);
   sub->add_option("-t,--type", o->type, kTypeHelp)->check(CLI::IsMember({"peak", "rms", "power", "psd"}))
       ->capture_default_str();
   sub->add_flag("--dbfs", o->dbfs, "Levels in dB re the file's full scale (otherwise dB re 1 unit)");

@@ -23,12 +23,7 @@ namespace ondrix::app {
 
 namespace {
 
-struct SpectrumOptions {
-  std::string file;
-  int channel = 0;
-  std::string window = "hann";
-  int length = 4096;
-  double overlap = 50.0;          // percent
+struct SpectrumOptions : TFrameOptions {
   std::string average = "linear"; // none, linear, exponential, peak
   int frames = 0;                 // frames averaged; 0: every frame of the file
   std::string type = "peak";      // peak, rms, power, psd
@@ -278,14 +273,7 @@ int Run(const SpectrumOptions& o) {
 void AddSpectrumCommand(CLI::App& app, Commands& commands) {
   auto o = std::make_shared<SpectrumOptions>();
   CLI::App* sub = app.add_subcommand("spectrum", "Averaged spectrum of a signal file: peaks, distortion, noise, bands");
-  sub->add_option("file", o->file, "A signal file")->required();
-  sub->add_option("-c,--channel", o->channel, "Channel analysed (0 = first)")->check(CLI::Range(0, 1 << 16))
-      ->capture_default_str();
-  sub->add_option("-w,--window", o->window, "Window: " + WindowChoices())->capture_default_str();
-  sub->add_option("-n,--length", o->length, "Samples per frame")->check(CLI::Range(8, 1 << 24))
-      ->capture_default_str();
-  sub->add_option("--overlap", o->overlap, "Overlap of frames, percent")->check(FiniteRange(0, 95))
-      ->capture_default_str();
+  AddFrameOptions(*sub, *o, 1 << 24);
   sub->add_option("--average", o->average, "Averaging: none, linear, exponential, peak (hold)")
       ->check(CLI::IsMember({"none", "linear", "exponential", "peak"}))->capture_default_str();
   sub->add_option("--frames", o->frames,
