@@ -181,8 +181,8 @@ void PlotResponse(const TPlotOptions& plot, const nlohmann::ordered_json& resp, 
   for (double& d : delay) d *= 1000.0 / fs;
   const TAxis x{"Frequency (Hz)", 0.0, fs / 2};
   TCurve m{f, mag, 0, "response"};
-  // the specification as a template: pass bands at 0 and -ripple, stop bands at -attenuation
-  TCurve spec{{}, {}, 3, "specification"};
+  // the bands asked for, as a template: pass bands at 0 and -ripple, stop bands at -attenuation
+  TCurve spec{{}, {}, 3, "bands asked for"};
   auto band = [&](double lo, double hi, double level) {
     spec.X.insert(spec.X.end(), {lo, lo, hi, hi});
     spec.Y.insert(spec.Y.end(), {NAN, level, level, NAN});

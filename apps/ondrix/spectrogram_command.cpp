@@ -114,8 +114,7 @@ int Run(const SpectrogramOptions& o) {
     }
   image.ZHi = 10.0 * std::ceil(top / 10.0);
   image.ZLo = image.ZHi - o.range;
-  const std::string unit = o.dbfs ? (o.type == "psd" ? "dBFS/Hz" : "dBFS") : o.type == "psd" ? "dB re 1/Hz" : "dB re 1";
-  image.ZLabel = std::string(TypeTitle(o.type)) + " (" + unit + ")";
+  image.ZLabel = std::string(TypeTitle(o.type)) + " (" + DbUnit(o.type, o.dbfs) + ")";
   image = Pool(image, TFigure::MaxColumns(o.plot.File), TFigure::MaxRows(o.plot.File));
   const double hz = an.HzRes();
   TFigure fig(o.plot.File, 1, o.plot.W(1000), o.plot.H(560));

@@ -159,9 +159,9 @@ int Run(const SpectrumOptions& o) {
   Scale sc{o.db || o.dbfs, power, 1.0, ""};
   if (o.dbfs) {
     sc.ref = FullScaleReference(o.type, fullScale);
-    sc.unit = o.type == "psd" ? "dBFS/Hz" : "dBFS";
+    sc.unit = DbUnit(o.type, true);
   } else if (sc.db) {
-    sc.unit = o.type == "psd" ? "dB re 1/Hz" : "dB re 1";
+    sc.unit = DbUnit(o.type, false);
   } else {
     sc.unit = o.type == "peak" || o.type == "rms" ? "units" : o.type == "power" ? "units^2" : "units^2/Hz";
   }
@@ -189,13 +189,12 @@ int Run(const SpectrumOptions& o) {
       c.X.push_back(an.LineFrequency(k));
       c.Y.push_back(dB(Shown(o.type, A.Values(k) * A.Values(k), enbwHz)));
     }
-    const std::string unit = o.dbfs ? sc.unit : o.type == "psd" ? "dB re 1/Hz" : "dB re 1";
     if (c.X.size() > 1) {
       const TAxis x{"Frequency (Hz)", c.X.front(), c.X.back(), o.zoom.empty()};
       TFigure fig(o.plot.File, 1, o.plot.W(1000), o.plot.H(560));
       fig.Lines(o.file + ", channel " + std::to_string(o.channel) + ": " + WindowName(window) + " " +
                     std::to_string(o.length) + ", " + std::to_string(analysed) + " frame(s), " + o.average,
-                x, DbAxis(std::string(TypeTitle(o.type)) + " (" + unit + ")", c.Y), {c});
+                x, DbAxis(std::string(TypeTitle(o.type)) + " (" + DbUnit(o.type, o.dbfs) + ")", c.Y), {c});
     }
   }
   if (o.csv) {

@@ -35,6 +35,12 @@ inline double FullScaleReference(const std::string& type, double fullScale) {
   return Shown(type == "psd" ? "power" : type, fullScale * fullScale, 1.0);
 }
 
+/// The unit of a type's levels in dB: re the full scale (dbfs) or re 1 unit, per Hz for psd.
+inline std::string DbUnit(const std::string& type, bool dbfs) {
+  if (dbfs) return type == "psd" ? "dBFS/Hz" : "dBFS";
+  return type == "psd" ? "dB re 1/Hz" : "dB re 1";
+}
+
 /// "Peak amplitude", "RMS amplitude", "Power" or "PSD", for axis labels.
 inline const char* TypeTitle(const std::string& type) {
   return type == "peak" ? "Peak amplitude" : type == "rms" ? "RMS amplitude" : type == "power" ? "Power" : "PSD";
