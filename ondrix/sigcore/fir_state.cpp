@@ -140,6 +140,35 @@ void FftBlock(TFirState& s, const double* hist, const double* src, int n, double
   }
 }
 
+namespace {
+
+// Single rate, real taps, data of the line's type: y[i] = Σ_k g[k]·x[i + 1 + k − t]. Outputs
+// that reach into the past come from a short line (past + first samples); the rest run
+// straight over src, which is why src and y must not overlap.
+void SingleRateReal(TFirState& s, const double* src, int n, double* y) {
+  const int st = Stride(s);
+  const size_t t = static_cast<size_t>(s.SubLength);
+  const size_t na = std::min(static_cast<size_t>(n), t - 1);
+  double* line = LineFor(s, (t + na) * st);
+  if (s.FftSize > 0 && st == 1) {
+    FftBlock(s, line, src, n, y);
+  } else {
+    std::memcpy(line + t * st, src, sizeof(double) * na * st);
+    kernels::FirDirect(line + st, s.Poly.data(), static_cast<int>(t), y, static_cast<int>(na), st);
+    if (static_cast<size_t>(n) > na)
+      kernels::FirDirect(src, s.Poly.data(), static_cast<int>(t), y + na * st, n - static_cast<int>(na), st);
+  }
+  // The new past: the last t samples of past + block.
+  if (static_cast<size_t>(n) >= t) {
+    std::memcpy(line, src + (n - t) * st, sizeof(double) * t * st);
+  } else {
+    std::memmove(line, line + static_cast<size_t>(n) * st, sizeof(double) * (t - n) * st);
+    std::memcpy(line + (t - n) * st, src, sizeof(double) * static_cast<size_t>(n) * st);
+  }
+}
+
+}  // namespace
+
 void FirFilter(const TVec& src, TVec& dst, TFirState& state) {
   TFirState& s = state;
   if (s.TapCount < 1) ERaise("FirFilter: the state is not initialised (FirInit)");
@@ -152,28 +181,8 @@ void FirFilter(const TVec& src, TVec& dst, TFirState& state) {
   const int up = s.UpFactor, down = s.DownFactor;
   const bool widen = st == 2 && !src.Complex();
   if (up == 1 && down == 1 && !s.ComplexImpulse && !widen && &src != &dst) {
-    // Single rate, real taps: y[i] = Σ_k g[k]·x[i + 1 + k − t]. Outputs that reach into the
-    // past come from a short line (past + first samples); the rest run straight over src.
-    const size_t na = std::min(static_cast<size_t>(n), t - 1);
-    double* line = LineFor(s, (t + na) * st);
     dst.Size(m, cplxOut);
-    double* y = dst.PValues();
-    if (s.FftSize > 0 && st == 1) {
-      FftBlock(s, line, src.PValues(), n, y);
-    } else {
-      std::memcpy(line + t * st, src.PValues(), sizeof(double) * na * st);
-      kernels::FirDirect(line + st, s.Poly.data(), static_cast<int>(t), y, static_cast<int>(na), st);
-      if (static_cast<size_t>(n) > na)
-        kernels::FirDirect(src.PValues(), s.Poly.data(), static_cast<int>(t), y + na * st,
-                           n - static_cast<int>(na), st);
-    }
-    // The new past: the last t samples of past + block.
-    if (static_cast<size_t>(n) >= t) {
-      std::memcpy(line, src.PValues() + (n - t) * st, sizeof(double) * t * st);
-    } else {
-      std::memmove(line, line + static_cast<size_t>(n) * st, sizeof(double) * (t - n) * st);
-      std::memcpy(line + (t - n) * st, src.PValues(), sizeof(double) * static_cast<size_t>(n) * st);
-    }
+    SingleRateReal(s, src.PValues(), n, dst.PValues());
     return;
   }
   // General path: the whole block appended to the line (real input widened when the line is
@@ -217,6 +226,16 @@ void FirFilter(const TVec& src, TVec& dst, TFirState& state) {
   }
   s.NextOut += static_cast<long long>(m) * down - static_cast<long long>(up) * n;
   std::memmove(line, line + static_cast<size_t>(n) * st, sizeof(double) * t * st);
+}
+
+void FirFilter(const double* src, int n, double* dst, TFirState& state) {
+  TFirState& s = state;
+  if (s.TapCount < 1) ERaise("FirFilter: the state is not initialised (FirInit)");
+  if (s.ComplexImpulse || s.ComplexData || s.UpFactor != 1 || s.DownFactor != 1)
+    ERaise("FirFilter: raw arrays take a real single-rate filter and real data");
+  if (n < 0) ERaise("FirFilter: negative block length");
+  if (n > 0 && src < dst + n && dst < src + n) ERaise("FirFilter: the input and output arrays overlap");
+  SingleRateReal(s, src, n, dst);
 }
 
 double FirOneSample(double x, TFirState& state) {

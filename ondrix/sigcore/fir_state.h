@@ -57,6 +57,11 @@ void FirInit(const TVec& taps, TFirState& state, int upFactor = 1, int upPhase =
 /// Raises EVecError when state was not initialised.
 void FirFilter(const TVec& src, TVec& dst, TFirState& state);
 
+/// The same for plain arrays, without copies: n real inputs at src give n outputs at dst,
+/// which must not overlap src. For real taps without rate change and a delay line that is
+/// still real; raises EVecError otherwise (or when not initialised).
+void FirFilter(const double* src, int n, double* dst, TFirState& state);
+
 /// Number of outputs FirFilter will give for the next block of n inputs.
 int FirOutputLength(const TFirState& state, int n);
 

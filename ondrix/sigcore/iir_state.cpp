@@ -33,16 +33,22 @@ void IirReset(TIirState& state) {
   state.Z.assign(3 * static_cast<size_t>(state.Sections) * (state.ComplexData ? 2 : 1), 0.0);
 }
 
+namespace {
+
+// Widens the states: component 0 keeps the real past, component 1 starts at rest.
+void WidenStates(TIirState& state) {
+  std::vector<double> z(6 * static_cast<size_t>(state.Sections), 0.0);
+  for (int s = 0; s < state.Sections; ++s)
+    for (int i = 0; i < 3; ++i) z[6 * s + i] = state.Z[3 * s + i];
+  state.Z = std::move(z);
+  state.ComplexData = true;
+}
+
+}  // namespace
+
 void IirFilter(const TVec& src, TVec& dst, TIirState& state) {
   if (state.Sections < 1) ERaise("IirFilter: the state is not initialised (IirInit)");
-  if (src.Complex() && !state.ComplexData) {
-    // Widen the states: component 0 keeps the real past, component 1 starts at rest.
-    std::vector<double> z(6 * static_cast<size_t>(state.Sections), 0.0);
-    for (int s = 0; s < state.Sections; ++s)
-      for (int i = 0; i < 3; ++i) z[6 * s + i] = state.Z[3 * s + i];
-    state.Z = std::move(z);
-    state.ComplexData = true;
-  }
+  if (src.Complex() && !state.ComplexData) WidenStates(state);
   const int n = src.Length();
   if (state.ComplexData && !src.Complex()) {
     TVec wide;
@@ -54,6 +60,14 @@ void IirFilter(const TVec& src, TVec& dst, TIirState& state) {
   dst.Size(n, src.Complex());
   kernels::SosCascade(state.Coef.data(), state.Sections, state.Z.data(), src.PValues(), dst.PValues(), n,
                       src.Complex() ? 2 : 1);
+}
+
+void IirFilter(const double* src, int n, double* dst, bool complex, TIirState& state) {
+  if (state.Sections < 1) ERaise("IirFilter: the state is not initialised (IirInit)");
+  if (n < 0) ERaise("IirFilter: negative block length");
+  if (complex && !state.ComplexData) WidenStates(state);
+  if (!complex && state.ComplexData) ERaise("IirFilter: real data after complex data needs a complex block");
+  kernels::SosCascade(state.Coef.data(), state.Sections, state.Z.data(), src, dst, n, complex ? 2 : 1);
 }
 
 }  // namespace ondrix

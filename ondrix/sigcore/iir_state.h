@@ -33,4 +33,9 @@ void IirFilter(const TVec& src, TVec& dst, TIirState& state);
 /// Returns the section states to rest.
 void IirReset(TIirState& state);
 
+/// The same for plain arrays, without copies: n samples at src (interleaved re, im pairs
+/// when complex) filtered into dst, which may be src. Complex data turns the state complex;
+/// real data after that raises EVecError (widen it, or use the TVec form).
+void IirFilter(const double* src, int n, double* dst, bool complex, TIirState& state);
+
 }  // namespace ondrix

@@ -67,6 +67,32 @@ py::object ToPython(const TPropInfo* info, const TPropValue& v) {
   return std::visit(Visitor{info}, v);
 }
 
+/// Makes the collection hold one item per dict, each item's properties set from its dict;
+/// items past the list's length are deleted, missing ones added. The collection reports one
+/// change at the end.
+void SetItems(TObject& holder, const TPropInfo& info, const py::sequence& items, TComponent* root) {
+  const TPropValue v = GetPropValue(holder, info.Name);
+  auto* const* p = std::get_if<TPersistent*>(&v);
+  auto* c = p ? dynamic_cast<TCollection*>(*p) : nullptr;
+  if (!c) throw EPropertyError("Property " + info.Name + " of " + holder.ClassInfo().Name + " holds no collection");
+  for (auto item : items)
+    if (!py::isinstance<py::dict>(item))
+      throw py::type_error("property " + info.Name + " takes a list of dicts, one per item");
+  const int n = static_cast<int>(py::len(items));
+  c->BeginUpdate();
+  try {
+    while (c->Count() > n) c->Delete(c->Count() - 1);
+    while (c->Count() < n) c->Add();
+    for (int i = 0; i < n; ++i)
+      for (auto kv : py::reinterpret_borrow<py::dict>(items[i]))
+        SetProperty(*c->Items(i), py::str(kv.first).cast<std::string>(), kv.second, root);
+  } catch (...) {
+    c->EndUpdate();
+    throw;
+  }
+  c->EndUpdate();
+}
+
 }  // namespace
 
 TComponent* FindInTree(TComponent& root, const std::string& name) {
@@ -99,6 +125,10 @@ void SetProperty(TObject& obj, const std::string& path, const py::handle& value,
       SetProperty(obj, path + "." + py::str(item.first).cast<std::string>(), item.second, root);
     return;
   }
+  if (info->Kind == TPropKind::Collection && (py::isinstance<py::list>(value) || py::isinstance<py::tuple>(value))) {
+    SetItems(*holder, *info, py::reinterpret_borrow<py::sequence>(value), root);
+    return;
+  }
   TPropValue v;
   try {
   switch (info->Kind) {
@@ -126,8 +156,9 @@ void SetProperty(TObject& obj, const std::string& path, const py::handle& value,
       break;
     }
     case TPropKind::Object:
-    case TPropKind::Collection:
       throw EPropertyError("Property " + name + " is set from a dict of its properties");
+    case TPropKind::Collection:
+      throw EPropertyError("Property " + name + " is set from a list of dicts, one per item");
   }
   } catch (const py::cast_error&) {
     static const char* const kKinds[] = {"a bool", "an integer", "a number", "a string", "a value name or ordinal",

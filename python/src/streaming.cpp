@@ -14,7 +14,6 @@
 #include "bindings.h"
 #include "ondrix/SignalAnalysis/SignalAnalysis.h"
 #include "ondrix/framework/ClassInfo.h"
-#include "ondrix/sigcore/fir_kernels.h"
 #include "ondrix/sigcore/fir_state.h"
 #include "ondrix/sigcore/iir_state.h"
 #include "ondrix/sigcore/multirate.h"
@@ -49,14 +48,23 @@ public:
     const py::array a = AsSamples(x);
     if (a.ndim() != 1) throw py::value_error("expected a 1-D array of samples");
     const bool complex = a.dtype().kind() == 'c';
+    if (a.shape(0) > (1LL << 30)) throw py::value_error("a block holds at most 2^30 samples");
+    const int n = static_cast<int>(a.shape(0));
+    const double* src = static_cast<const double*>(a.data());
     if (isIir_ && complex == iir_.ComplexData) {
       // The cascade runs from NumPy's memory into the new array: no copy, no zero fill.
-      const int n = static_cast<int>(a.shape(0));
       py::array out = complex ? py::array(py::array_t<std::complex<double>>(n)) : py::array(py::array_t<double>(n));
-      const double* src = static_cast<const double*>(a.data());
       double* dst = static_cast<double*>(out.mutable_data());
       py::gil_scoped_release released;
-      kernels::SosCascade(iir_.Coef.data(), iir_.Sections, iir_.Z.data(), src, dst, n, complex ? 2 : 1);
+      IirFilter(src, n, dst, complex, iir_);
+      return out;
+    }
+    if (!isIir_ && !complex && !fir_.ComplexImpulse && !fir_.ComplexData && fir_.UpFactor == 1 &&
+        fir_.DownFactor == 1) {
+      py::array_t<double> out(n);
+      double* dst = out.mutable_data();
+      py::gil_scoped_release released;
+      FirFilter(src, n, dst, fir_);
       return out;
     }
     ToVec(a, in_);
@@ -123,41 +131,69 @@ private:
   std::mutex mutex_;
 };
 
-/// Cuts a stream of blocks into frames of `length` samples every `hop` samples.
+/// Cuts a stream of blocks into frames of `length` samples every `hop` (≤ length) samples.
+/// Frames that lie inside a block are read where the block is; only the stream's tail that
+/// the next frame still needs is kept between blocks.
 class Framer {
 public:
+  /// A frame as at most two runs of doubles: the kept tail, then the block.
+  struct TFrame {
+    const double* A = nullptr;
+    std::size_t CountA = 0;
+    const double* B = nullptr;
+    std::size_t CountB = 0;
+  };
+
   Framer(int length, int hop) : length_(length), hop_(hop) {}
-  /// Appends a block (interleaved doubles when complex).
-  void Push(const double* values, std::size_t count, bool complex) {
-    if (buffer_.empty() && start_ == 0) complex_ = complex;
+  /// Starts on the next block (interleaved doubles when complex), which must stay alive
+  /// until End.
+  void Begin(const double* values, std::size_t count, bool complex) {
+    if (!started_) complex_ = complex, started_ = true;
     if (complex != complex_) throw py::value_error("a stream is either real or complex throughout");
-    buffer_.insert(buffer_.end(), values, values + count * (complex ? 2 : 1));
+    block_ = values;
+    count_ = static_cast<std::ptrdiff_t>(count);
+    next_ = -static_cast<std::ptrdiff_t>(tail_.size() / Width());
   }
-  /// The next complete frame, or nullptr; valid until the next Push or Compact.
-  const double* Next() {
-    const std::size_t w = complex_ ? 2 : 1;
-    if (buffer_.size() < start_ + static_cast<std::size_t>(length_) * w) return nullptr;
-    const double* f = buffer_.data() + start_;
-    start_ += static_cast<std::size_t>(hop_) * w;
-    return f;
+  /// The next complete frame, if the stream holds one.
+  bool Next(TFrame& f) {
+    if (next_ + length_ > count_) return false;
+    const std::size_t w = Width();
+    if (next_ >= 0) {
+      f = {block_ + next_ * w, length_ * w, nullptr, 0};
+    } else {
+      const std::size_t kept = tail_.size() / w;
+      f = {tail_.data() + (kept + next_) * w, static_cast<std::size_t>(-next_) * w, block_,
+           static_cast<std::size_t>(length_ + next_) * w};
+    }
+    next_ += hop_;
+    return true;
   }
-  /// Drops the samples no frame needs any more.
-  void Compact() {
-    const std::size_t drop = std::min(start_, buffer_.size());
-    buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(drop));
-    start_ -= drop;
+  /// Keeps the samples from the next frame's start on.
+  void End() {
+    const std::size_t w = Width();
+    if (next_ < 0) {
+      tail_.erase(tail_.begin(), tail_.end() - static_cast<std::ptrdiff_t>(-next_ * w));
+      tail_.insert(tail_.end(), block_, block_ + count_ * w);
+    } else {
+      tail_.assign(block_ + next_ * w, block_ + count_ * w);
+    }
+    block_ = nullptr;
+    count_ = next_ = 0;
   }
   void Clear() {
-    buffer_.clear();
-    start_ = 0;
+    tail_.clear();
+    started_ = false;
   }
   int Length() const { return length_; }
 
 private:
+  std::size_t Width() const { return complex_ ? 2 : 1; }
+
   int length_, hop_;
-  bool complex_ = false;
-  std::vector<double> buffer_;
-  std::size_t start_ = 0;
+  bool complex_ = false, started_ = false;
+  std::vector<double> tail_;
+  const double* block_ = nullptr;
+  std::ptrdiff_t count_ = 0, next_ = 0;  // in samples; next_ < 0 starts in the tail
 };
 
 /// Samples from one frame to the next; ValueError for a bad length or overlap.
@@ -239,21 +275,26 @@ protected:
     const auto* px = static_cast<const double*>(ax.data());
     const auto* py_ = y ? static_cast<const double*>(ay.data()) : nullptr;
     py::gil_scoped_release released;
-    const int n = framer_.Length();
-    framer_.Push(px, count, complex);
-    if (y) second_->Push(py_, count, complex);
-    while (const double* fx = framer_.Next()) {
-      Put(*signals_[0], fx, n, complex);
-      if (y) Put(*signals_[1], second_->Next(), n, complex);
+    framer_.Begin(px, count, complex);
+    if (y) second_->Begin(py_, count, complex);
+    Framer::TFrame fx, fy;
+    while (framer_.Next(fx)) {
+      Put(*signals_[0], fx, complex);
+      if (y) {
+        second_->Next(fy);
+        Put(*signals_[1], fy, complex);
+      }
       an_->Update();
     }
-    framer_.Compact();
-    if (y) second_->Compact();
+    framer_.End();
+    if (y) second_->End();
   }
-  static void Put(TSignal& s, const double* f, int n, bool complex) {
+  void Put(TSignal& s, const Framer::TFrame& f, bool complex) {
     TVec& d = s.Data();
+    const int n = framer_.Length();
     if (d.Length() != n || d.Complex() != complex) d.Size(n, complex);
-    std::memcpy(d.PValues(), f, sizeof(double) * d.RealLength());
+    std::memcpy(d.PValues(), f.A, sizeof(double) * f.CountA);
+    if (f.CountB > 0) std::memcpy(d.PValues() + f.CountA, f.B, sizeof(double) * f.CountB);
   }
 
   Framer framer_;

@@ -79,6 +79,15 @@ def test_properties_by_name_and_errors(setup):
     assert g.pull("Reader") == "ok"
     assert g.data("Reader").shape == (2048, 1)
     g.set("Filter", "Input", "Reader")
+    # a collection from a list of dicts: grown, then shrunk, each item's properties set
+    inputs = lambda: [i["Input"] for i in g.get("Analyzer", "Inputs")]
+    g.set("Analyzer", "Inputs", [{"Input": "Reader"}, {"Input": "Filter"}])
+    assert inputs() == ["Reader", "Filter"]
+    g.set("Analyzer", "Inputs", [{"Input": "Filter"}])
+    assert inputs() == ["Filter"]
+    with pytest.raises(TypeError, match="list of dicts"):
+        g.set("Analyzer", "Inputs", ["Reader"])
+    assert inputs() == ["Filter"]
     with pytest.raises(ondrix.Error, match="No component named Nowhere"):
         g.set("Filter", "Input", "Nowhere")
     with pytest.raises(TypeError, match="Length"):

@@ -139,7 +139,23 @@ TEST_P(FirKernels, LongFiltersByFftAgree) {
     TVec inplace(x);
     FirFilter(inplace, inplace, c);
     EXPECT_LT(MaxAbsDiff(inplace, whole), 1e-12 * MaxAbs(whole));
+    // Plain arrays in the same blocks take the same path as the vectors: equal to the bit.
+    TFirState d;
+    FirInit(h, d);
+    TVec raw(x.Length());
+    for (int at = 0, k = 0; at < x.Length(); at += blocks[k++]) {
+      const int n = std::min(blocks[k], x.Length() - at);
+      FirFilter(x.PValues() + at, n, raw.PValues() + at, d);
+    }
+    EXPECT_EQ(MaxAbsDiff(raw, parts), 0.0);
+    EXPECT_THROW(FirFilter(raw.PValues(), 10, raw.PValues() + 5, d), EVecError);  // overlapping
   }
+  TFirState rate, cplx;
+  FirInit(TVec(5), rate, 2);
+  FirInit(Noise(5, true, 3), cplx);
+  double in[4] = {}, out[4];
+  EXPECT_THROW(FirFilter(in, 4, out, rate), EVecError);
+  EXPECT_THROW(FirFilter(in, 4, out, cplx), EVecError);
 }
 
 // A real stream that turns complex: the past carries over with zero imaginary parts.
@@ -254,6 +270,14 @@ TEST_P(IirKernels, MatchesSosfiltAndIsChunkInvariant) {
   IirFilter(x, y, st2);
   IirFilter(x, x, st);
   EXPECT_LT(MaxAbsDiff(x, y), 1e-15);
+  // Plain arrays: a complex block widens the state as a vector does, then real data is refused.
+  const TVec z = Noise(100, true, 10);
+  TIirState sv = st, sr = st;
+  TVec zv, zr(100, true);
+  IirFilter(z, zv, sv);
+  IirFilter(z.PValues(), 100, zr.PValues(), true, sr);
+  EXPECT_EQ(MaxAbsDiff(zv, zr), 0.0);
+  EXPECT_THROW(IirFilter(x.PValues(), 100, y.PValues(), false, sr), EVecError);
   TVec bad(7);
   EXPECT_THROW(IirInit(bad, st), EVecError);
   TVec zero(6);
