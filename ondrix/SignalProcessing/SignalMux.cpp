@@ -1,6 +1,7 @@
 #include "ondrix/SignalProcessing/SignalMux.h"
 
 #include "ondrix/framework/ClassBuilder.h"
+#include "ondrix/vec/kernels.h"
 #include "ondrix/vec/exceptions.h"
 
 namespace ondrix {
@@ -23,6 +24,10 @@ TSignalDemux::~TSignalDemux() { BeginDestroy(); }
 TPipeState TSignalDemux::InternalUpdate() {
   const TSignal& in = *Input();
   SetChannelCount(1);
+  if (prefilled_) {
+    prefilled_ = false;
+    return pipeOK;
+  }
   Data().DownSample(in.Data(), in.ChannelCount(), channel_);
   return pipeOK;
 }
@@ -84,13 +89,19 @@ TPipeState TSignalMux::InternalUpdate() {
   const TSignal& first = *items.Items(0)->Input();
   Data().Size(first.Length() * count, Complex());
   SetChannelCount(count);
+  channels_.clear();
   for (int i = 0; i < count; ++i) {
     const TSignal& in = *items.Items(i)->Input();
-    if (in.Data().Complex() != Complex()) throw Exception("Inputs[i].Input.Complex <> Self.Complex!");
-    if (Length() / count != in.Data().Length())
-      throw Exception("(Inputs[i].Input.Length * ChannelCount) <> Self.Length!");
-    Data().Scatter(in.Data(), i, count);
+    const char* error = nullptr;
+    if (in.Data().Complex() != Complex()) error = "Inputs[i].Input.Complex <> Self.Complex!";
+    else if (Length() / count != in.Data().Length()) error = "(Inputs[i].Input.Length * ChannelCount) <> Self.Length!";
+    if (error) {
+      for (int j = 0; j < i; ++j) Data().Scatter(items.Items(j)->Input()->Data(), j, count);
+      throw Exception(error);
+    }
+    channels_.push_back(in.Data().PValues());
   }
+  InterleaveChannels(Data().PValues(), channels_.data(), count, Length() / count, Complex() ? 2 : 1);
   return pipeOK;
 }
 
@@ -125,6 +136,35 @@ void TSignalDemuxList::InternalMatchInputs() {
   if (Input()) SetCount(Input()->ChannelCount());
   TSignalList::InternalMatchInputs();
   for (int i = 0; i < Count(); ++i) Items(i)->SetChannel(i);
+}
+
+TPipeState TSignalDemuxList::Update() {
+  const TSignal* in = Input();
+  const int count = GetCount();
+  bool single = in && count > 1 && in->ChannelCount() == count && in->Data().Length() % count == 0;
+  for (int i = 0; single && i < count; ++i) {
+    const TSignalDemux& d = *Items(i);
+    single = d.Input() == in && d.Channel() == i;
+  }
+  if (single) {
+    const bool complex = in->Data().Complex();
+    const int n = in->Data().Length() / count;
+    channels_.clear();
+    for (int i = 0; i < count; ++i) {
+      Items(i)->Data().Size(n, complex);
+      channels_.push_back(Items(i)->Data().PValues());
+    }
+    DeinterleaveChannels(channels_.data(), in->Data().PValues(), count, n, complex ? 2 : 1);
+    for (int i = 0; i < count; ++i) Items(i)->prefilled_ = true;
+  }
+  try {
+    const TPipeState state = TSignalList::Update();
+    for (int i = 0; i < count; ++i) Items(i)->prefilled_ = false;
+    return state;
+  } catch (...) {
+    for (int i = 0; i < count; ++i) Items(i)->prefilled_ = false;
+    throw;
+  }
 }
 
 const TClassInfo& TSignalMuxList::StaticClassInfo() {

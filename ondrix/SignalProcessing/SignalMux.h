@@ -4,6 +4,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "ondrix/OndrixTools/Collections.h"
 #include "ondrix/OndrixTools/TSignal.h"
@@ -24,7 +25,9 @@ public:
   TPipeState InternalUpdate() override;
 
 private:
+  friend class TSignalDemuxList;
   int channel_ = 0;
+  bool prefilled_ = false;  // the list's single pass has just written this item's samples
 };
 
 /// Interleaves its Inputs (single-channel signals of equal length and complexity) into one
@@ -52,6 +55,7 @@ protected:
 
 private:
   TAnalysisList* inputList_ = nullptr;
+  std::vector<const double*> channels_;  // the inputs' samples, kept to stay allocation-free
 };
 
 /// One demultiplexer per channel of Input, item i taking channel i.
@@ -62,9 +66,16 @@ public:
   TSignalDemux* Items(int i) const { return static_cast<TSignalDemux*>(TAnalysisList::Items(i)); }
   /// Count := Input's ChannelCount, all items on Input, item i's Channel := i.
   void InternalMatchInputs() override;
+  /// Updates the items. When they split Input as matched (item i on channel i, a whole number
+  /// of samples per channel), every channel is taken out in one pass over the
+  /// block instead of one pass per item.
+  TPipeState Update() override;
 
 protected:
   std::unique_ptr<TKvxComponent> AddItem() override;
+
+private:
+  std::vector<double*> channels_;  // the items' samples during the single pass
 };
 
 /// A bank of multiplexers fed from a source list (Inputs).

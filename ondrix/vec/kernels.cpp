@@ -1,6 +1,8 @@
 #include "ondrix/vec/kernels.h"
 
+#include <algorithm>
 #include <cfloat>
+#include <cstddef>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -93,6 +95,50 @@ void Extremes(const double* x, int n, double& max, double& min) noexcept {
   MinMax2(x, first, n, lo, hi);
   max = std::fmax(hi[0], hi[1]);
   min = std::fmin(lo[0], lo[1]);
+}
+
+namespace {
+
+// Samples per tile: the tile of the interleaved block (count·width·kTile doubles) stays in the
+// level-one cache for up to 16 real channels.
+constexpr int kTile = 256;
+
+// Moves one tile between the interleaved block and the channels; W is the width (1 or 2)
+// when known at compile time, 0 otherwise.
+template <int W, bool ToBlock>
+void Tile(double* block, double* const* channels, int count, int k0, int k1, int width) {
+  const int w = W > 0 ? W : width;
+  const std::size_t stride = static_cast<std::size_t>(count) * w;
+  for (int c = 0; c < count; ++c) {
+    double* ch = channels[c];
+    double* b = block + static_cast<std::size_t>(c) * w;
+    for (int k = k0; k < k1; ++k)
+      for (int j = 0; j < w; ++j) {
+        if constexpr (ToBlock) b[k * stride + j] = ch[static_cast<std::size_t>(k) * w + j];
+        else ch[static_cast<std::size_t>(k) * w + j] = b[k * stride + j];
+      }
+  }
+}
+
+template <bool ToBlock>
+void Transpose(double* block, double* const* channels, int count, int n, int width) {
+  for (int k0 = 0; k0 < n; k0 += kTile) {
+    const int k1 = std::min(n, k0 + kTile);
+    if (width == 1) Tile<1, ToBlock>(block, channels, count, k0, k1, 1);
+    else if (width == 2) Tile<2, ToBlock>(block, channels, count, k0, k1, 2);
+    else Tile<0, ToBlock>(block, channels, count, k0, k1, width);
+  }
+}
+
+}  // namespace
+
+void InterleaveChannels(double* dst, const double* const* channels, int count, int n, int width) noexcept {
+  // Tile only reads the channels on this path.
+  Transpose<true>(dst, const_cast<double* const*>(channels), count, n, width);
+}
+
+void DeinterleaveChannels(double* const* channels, const double* src, int count, int n, int width) noexcept {
+  Transpose<false>(const_cast<double*>(src), channels, count, n, width);
 }
 
 }  // namespace ondrix

@@ -21,4 +21,13 @@ void Magnitudes(double* dst, const std::complex<double>* x, int n) noexcept;
 /// Largest and smallest of x[0 .. n−1] (n ≥ 1; NaN values are skipped unless all are NaN).
 void Extremes(const double* x, int n, double& max, double& min) noexcept;
 
+/// dst[(k·count + c)·width + j] = channels[c][k·width + j] for k < n, c < count, j < width:
+/// joins count channels of n samples (width 1 real, 2 complex) into one interleaved block.
+/// Tiled so that each pass writes within the level-one cache: one pass over the data, not
+/// one per channel.
+void InterleaveChannels(double* dst, const double* const* channels, int count, int n, int width) noexcept;
+
+/// The inverse: channels[c][k·width + j] = src[(k·count + c)·width + j].
+void DeinterleaveChannels(double* const* channels, const double* src, int count, int n, int width) noexcept;
+
 }  // namespace ondrix

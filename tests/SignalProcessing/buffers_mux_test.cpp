@@ -266,6 +266,20 @@ TEST(SignalMux, DemuxListAndMuxBackGiveTheStream) {
     EXPECT_EQ(joined, stream) << "seed " << seed;
     EXPECT_EQ(mux.Pull(), pipeEnd);
   }
+  // Items that no longer split the input as matched take their own channels, one by one.
+  TBlockSource src(4);
+  src.Blocks = {Ramp(40, 0)};
+  TSignalDemuxList demux(nullptr);
+  demux.SetInput(&src);
+  demux.MatchInputs();
+  ASSERT_EQ(src.Pull(), pipeOK);
+  demux.Items(1)->SetChannel(3);
+  demux.Update();
+  for (int k = 0; k < 10; ++k) {
+    ASSERT_EQ(demux.Items(0)->Values(k), 4 * k);
+    ASSERT_EQ(demux.Items(1)->Values(k), 4 * k + 3);
+    ASSERT_EQ(demux.Items(3)->Values(k), 4 * k + 3);
+  }
 }
 
 TEST(SignalMux, InputListClearedWhenTheListDies) {

@@ -53,3 +53,30 @@ TEST(SpectrumKernels, ExtremesSkipNaN) {
   EXPECT_EQ(mx, 3.0);
   EXPECT_EQ(mn, 3.0);
 }
+
+// Interleaving against its index formula: channel counts around the tile's assumptions, block
+// lengths that leave a partial tile, real and complex samples; deinterleaving inverts it.
+TEST(ChannelKernels, InterleaveMatchesTheIndexFormulaAndDeinterleaveInvertsIt) {
+  for (int width : {1, 2})
+    for (int count : {1, 3, 8, 17})
+      for (int n : {1, 255, 700}) {
+        std::vector<std::vector<double>> ch(count, std::vector<double>(static_cast<std::size_t>(n) * width));
+        std::vector<const double*> in;
+        for (int c = 0; c < count; ++c) {
+          for (std::size_t k = 0; k < ch[c].size(); ++k) ch[c][k] = 1e6 * c + static_cast<double>(k);
+          in.push_back(ch[c].data());
+        }
+        std::vector<double> block(static_cast<std::size_t>(n) * count * width, -1.0);
+        InterleaveChannels(block.data(), in.data(), count, n, width);
+        for (int k = 0; k < n; ++k)
+          for (int c = 0; c < count; ++c)
+            for (int j = 0; j < width; ++j)
+              ASSERT_EQ(block[(static_cast<std::size_t>(k) * count + c) * width + j], ch[c][k * width + j])
+                  << "width " << width << ", " << count << " channels, n " << n;
+        std::vector<std::vector<double>> back(count, std::vector<double>(ch[0].size(), -1.0));
+        std::vector<double*> out;
+        for (auto& b : back) out.push_back(b.data());
+        DeinterleaveChannels(out.data(), block.data(), count, n, width);
+        ASSERT_EQ(back, ch) << "width " << width << ", " << count << " channels, n " << n;
+      }
+}
