@@ -235,6 +235,19 @@ void TCrossAnalyzer::DoCoherence() {
   }
 }
 
+void TCrossAnalyzer::DoTransferFunction() {
+  const int n = crossSpectrum_.Length();
+  if (inputSpectrum_.Length() != n || !crossSpectrum_.Complex()) {
+    transfer_.SetLength(0);
+    return;
+  }
+  transfer_.Size(n, true);
+  const TCplx* pxy = crossSpectrum_.PCValues();
+  const double* pxx = inputSpectrum_.PValues();
+  TCplx* h = transfer_.PCValues();
+  for (int i = 0; i < n; ++i) h[i] = pxx[i] > 0.0 ? pxy[i] / pxx[i] : TCplx(0.0, 0.0);
+}
+
 // --- TCrossSpectrumAnalyzer ----------------------------------------------------------------------
 
 const TClassInfo& TCrossSpectrumAnalyzer::StaticClassInfo() {

@@ -73,12 +73,14 @@ public:
   virtual void Update();
   /// Coherence := |Pxy|²/(Pxx·Pyy) of the current averages, 0 where Pxx·Pyy is 0.
   virtual void DoCoherence();
-  /// Hook for a transfer-function result of a descendant; nothing here (the analyzer derives
-  /// it from the averages when it shows ctTransferFunction).
-  virtual void DoTransferFunction() {}
+  /// TransferFunction := Pxy/Pxx of the current averages (the H1 estimate, which noise on the
+  /// output does not bias), 0 where Pxx is 0.
+  virtual void DoTransferFunction();
 
   /// Magnitude-squared coherence per line (after DoCoherence).
   const TVec& Coherence() const noexcept { return coherence_; }
+  /// Complex H1 per line (after DoTransferFunction).
+  const TVec& TransferFunction() const noexcept { return transfer_; }
   /// Averaged (or summed) Pxy, Pxx and Pyy, one value per line of the analyzer.
   const TVec& CrossSpectrum() const noexcept { return crossSpectrum_; }
   const TVec& InputSpectrum() const noexcept { return inputSpectrum_; }
@@ -105,6 +107,7 @@ private:
   TVec instant_;
   TCrossSpectrumAnalyzer* owner_;
   TVec coherence_;
+  TVec transfer_;
   TVec crossSpectrum_;
   TVec inputSpectrum_;
   TVec outputSpectrum_;

@@ -333,14 +333,8 @@ public:
     return CopyOf(Cross().Coherence());
   }
   py::array H1() const {
-    const TVec &pxy = Cross().CrossSpectrum(), &pxx = Cross().InputSpectrum();
-    TVec h(pxy.Length(), true);
-    for (int i = 0; i < h.Length(); ++i) {
-      const double p = pxx.Complex() ? pxx.CValues(i).real() : pxx.Values(i);
-      const TCplx c = pxy.Complex() ? pxy.CValues(i) : TCplx(pxy.Values(i), 0.0);
-      h.CValues(i) = p != 0 ? c / p : TCplx(0.0, 0.0);
-    }
-    return FromVec(std::move(h));
+    Cross().DoTransferFunction();
+    return CopyOf(Cross().TransferFunction());
   }
 };
 

@@ -217,6 +217,7 @@ TEST(CrossSpectrum, TransferFunctionOfAnIirSystemWithinTheStatisticalError) {
     const double g2 = rig.ca().Coherence().Values(k);
     const double sigma = std::sqrt((1 - g2) / (frames * g2));
     const TCplx h(rig->Amplt().Values(k), rig->Phase().Values(k));
+    ASSERT_LT(std::abs(rig.ca().TransferFunction().CValues(k) - h), 1e-12 * std::abs(h)) << k;
     const double z = std::abs(h - H.CValues(k)) / std::abs(H.CValues(k)) / sigma;
     chi2 += z * z, worst = std::max(worst, z), ++lines;
   }
