@@ -1,8 +1,10 @@
 #!/usr/bin/python3
-"""Reference data for tests/SignalProcessing/generator_reference_test.cpp.
+"""Reference data for tests/SignalProcessing/generator_reference_test.cpp and
+tests/sigcore/waveforms_test.cpp.
 
 Each file holds the samples of one generator line as little-endian float64, computed here
-from the closed form of the waveform (not from the generator's formulas):
+with scipy.signal.chirp and scipy.signal.square, or from the closed form of the waveform
+(not from the generator's formulas):
 
   gen_sine.f64     0.8 * sin(2*pi*1000.3*t + 30 deg), fs 48000 Hz, 1024 samples
   gen_chirp.f64    linear sweep 100 Hz -> 5000 Hz over 2048 samples, amplitude 1 -> 0.25,
@@ -17,6 +19,7 @@ Run: /usr/bin/python3 tests/gen_generator_reference.py
 import os
 
 import numpy as np
+from scipy import signal
 
 OUT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "data")
 
@@ -34,12 +37,9 @@ def sine():
 def chirp():
     fs, f0, f1, a0, a1, offset, sweep, n = 16000.0, 100.0, 5000.0, 1.0, 0.25, 0.1, 2048, 2560
     m = np.arange(n) % sweep          # position within the current sweep
-    t = m / fs
-    t1 = sweep / fs                   # sweep duration
-    # Instantaneous frequency f0 + (f1 - f0) t / t1, integrated from the start of the sweep.
-    phase = 2 * np.pi * (f0 * t + 0.5 * (f1 - f0) / t1 * t * t)
     amplitude = a0 + (a1 - a0) * m / sweep
-    return amplitude * np.sin(phase) + offset
+    # phi = -90 degrees turns SciPy's cosine sweep into a sine starting at 0.
+    return amplitude * signal.chirp(m / fs, f0, sweep / fs, f1, method="linear", phi=-90) + offset
 
 
 def square():
@@ -48,7 +48,7 @@ def square():
     frac = cycles - np.floor(cycles)
     # Keep clear of the edges, where rounding could put a sample on either side.
     assert np.min(np.abs(frac - 0.5)) > 1e-6 and np.min(np.minimum(frac, 1 - frac)) > 1e-6
-    return np.where(frac < 0.5, offset + a, offset - a)
+    return offset + a * signal.square(2 * np.pi * cycles)
 
 
 def impulse():

@@ -1,10 +1,10 @@
 #include "apps/ondrix/filter_demo.h"
 
 #include <cmath>
-#include <complex>
 #include <cstdio>
 
 #include "ondrix/SignalProcessing/SignalProcessing.h"
+#include "ondrix/sigcore/dtft.h"
 
 namespace ondrix::app {
 
@@ -12,9 +12,7 @@ namespace {
 
 // Amplitude of the tone at f in x: one DFT bin, exact when the block holds whole periods.
 double ToneAmplitude(const TVec& x, double f, double fs) {
-  std::complex<double> acc = 0;
-  for (int n = 0; n < x.Length(); ++n) acc += x.Values(n) * std::polar(1.0, -2.0 * M_PI * f * n / fs);
-  return 2.0 * std::abs(acc) / x.Length();
+  return 2.0 * std::abs(Dtft(x, x.Length(), f, fs)) / x.Length();
 }
 
 }  // namespace

@@ -4,8 +4,9 @@
 
 #include "ondrix/SignalAnalysis/SpectrumAnalyzer.h"
 #include "ondrix/SignalAnalysis/SpectrumCZT.h"
-#include "ondrix/vec/kernels.h"
 #include "ondrix/SignalAnalysis/SpectrumStats.h"
+#include "ondrix/sigcore/dtft.h"
+#include "ondrix/vec/kernels.h"
 #include "ondrix/vec/calcbase.h"
 
 namespace ondrix {
@@ -15,26 +16,6 @@ namespace {
 /// Replacement of the non-finite log magnitudes of the cepstrum, and the tolerance of the match.
 constexpr double kCepstrumReplacement = 0.0;
 constexpr double kCepstrumReplaceTol = 0.0001;
-
-/// The frame transform at frequency fd (Hz) for a sampling frequency fs:
-/// Σ x[n]·e^(−2πi·fd·n/fs). The rotating phasor is recomputed every kResync samples so that
-/// its rounding stays at a few ulp.
-TCplx FrameTransform(const TVec& x, int n, double fd, double fs) {
-  constexpr int kResync = 64;
-  const double w = -TWOPI * fd / fs;
-  const TCplx step = std::polar(1.0, w);
-  TCplx sum = 0.0;
-  for (int i0 = 0; i0 < n; i0 += kResync) {
-    TCplx z = std::polar(1.0, w * i0);
-    const int i1 = std::min(n, i0 + kResync);
-    if (x.Complex()) {
-      for (int i = i0; i < i1; ++i, z *= step) sum += x.CValues(i) * z;
-    } else {
-      for (int i = i0; i < i1; ++i, z *= step) sum += x.Values(i) * z;
-    }
-  }
-  return sum;
-}
 
 }  // namespace
 
@@ -50,9 +31,7 @@ void TSpectrumAnalyzer::EnsureWindow(int Len) {
   const double computed = GenerateWindow(window_, windowVec_, Len, sidelobeAtt_, expWindow_);
   const double table = WindowTableScaleFactor(window_);
   windowScale_ = table != 0.0 ? table : computed;
-  double sum = 0, sum2 = 0;
-  for (int i = 0; i < Len; ++i) sum += windowVec_.Values(i), sum2 += windowVec_.Values(i) * windowVec_.Values(i);
-  windowEnbw_ = Len > 0 && sum != 0 ? Len * sum2 / (sum * sum) : 1.0;
+  windowEnbw_ = WindowEnbw(windowVec_);
   windowMade_ = window_;
   windowAttMade_ = sidelobeAtt_;
   windowExpMade_ = expWindow_;
@@ -285,16 +264,10 @@ TCplx TSpectrumAnalyzer::ComplexEst(double f) {
   double lineHz = 0.0;
   const double fd = EstToHz(f, lineHz);
   if (estKind_ == ekFrame && frameLength_ > 0 && frame_.Length() >= frameLength_ && frameFs_ > 0)
-    return FrameTransform(frame_, frameLength_, fd, frameFs_) * amplScale_;
-  if (estKind_ == ekModel && arCoeffs_.Length() > 0 && frameFs_ > 0) {
-    const double w = -TWOPI * fd / frameFs_;
-    TCplx a = 0.0;
-    for (int k = 0; k < arCoeffs_.Length(); ++k) {
-      const TCplx c = arCoeffs_.Complex() ? arCoeffs_.CValues(k) : TCplx(arCoeffs_.Values(k), 0.0);
-      a += c * std::polar(1.0, w * k);
-    }
-    return std::sqrt(arErr_) / a * amplScale_;
-  }
+    return Dtft(frame_, frameLength_, fd, frameFs_) * amplScale_;
+  // The model's spectrum: the prediction error over the transform of its coefficients.
+  if (estKind_ == ekModel && arCoeffs_.Length() > 0 && frameFs_ > 0)
+    return std::sqrt(arErr_) / Dtft(arCoeffs_, arCoeffs_.Length(), fd, frameFs_) * amplScale_;
   if (lines_ <= 0 || work_.Length() == 0) return 0.0;
   const int k = std::clamp(LineOf(f), 0, std::min(lines_, work_.Length()) - 1);
   const TCplx v = work_.Complex() ? work_.CValues(k) : TCplx(work_.Values(k), 0.0);

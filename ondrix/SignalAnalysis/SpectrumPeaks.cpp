@@ -6,6 +6,7 @@
 #include "ondrix/SignalAnalysis/SpectrumAnalyzer.h"
 #include "ondrix/SignalAnalysis/SpectrumStats.h"
 #include "ondrix/framework/ClassBuilder.h"
+#include "ondrix/sigcore/peak_fit.h"
 
 namespace ondrix {
 
@@ -109,10 +110,7 @@ void TSpectrumPeaksAnalyzer::Update() {
 
 // --- Refinement ------------------------------------------------------------------------------
 
-double TSpectrumPeaksAnalyzer::Tau(double x) {
-  const double r = std::sqrt(2.0 / 3.0);
-  return 0.25 * std::log10(3.0 * x * x + 6.0 * x + 1.0) - (std::sqrt(6.0) / 24.0) * (x + 1.0 - r) / (x + 1.0 + r);
-}
+double TSpectrumPeaksAnalyzer::Tau(double x) { return QuinnTau(x); }
 
 double TSpectrumPeaksAnalyzer::Approximate(double Freq) {
   TSpectrumAnalyzer& an = *owner_;
@@ -136,60 +134,28 @@ double TSpectrumPeaksAnalyzer::Approximate(double Freq) {
     case imNone: break;
     case imNumeric: {
       const double P = interpolation_->PrecisionDivisor();
-      double h = delta * 0.125;
-      double here = an.AmpltEst(Freq);  // AmpltEst(Freq), kept as Freq moves
-      while (h > delta / P) {
-        for (double up; (up = an.AmpltEst(Freq + h)) > here; here = up) Freq += h;
-        for (double down; (down = an.AmpltEst(Freq - h)) > here; here = down) Freq -= h;
-        h *= 0.5;
-      }
+      Freq = ClimbToMaximum([&an](double f) { return an.AmpltEst(f); }, Freq, delta * 0.125, delta / P);
       break;
     }
-    case imQuadratic: {
-      if (!inner) break;
-      const double a = A.Values(k - 1), b = A.Values(k), c = A.Values(k + 1);
-      const double den = 2.0 * b - a - c;
-      if (den != 0.0) Freq += delta * (c - a) / den;  // twice the vertex offset: kept
+    case imQuadratic:
+      // Twice the vertex offset, as the analyzers have always computed it: kept.
+      if (inner) Freq += delta * (2.0 * ParabolaVertexOffset(A.Values(k - 1), A.Values(k), A.Values(k + 1)));
       break;
-    }
-    case imBarycentric: {
-      if (!inner) break;
-      const double a = A.Values(k - 1), b = A.Values(k), c = A.Values(k + 1);
-      const double den = a + b + c;
-      if (den != 0.0) Freq += delta * (c - a) / den;
+    case imBarycentric:
+      if (inner) Freq += delta * BarycentricOffset(A.Values(k - 1), A.Values(k), A.Values(k + 1));
       break;
-    }
     case imQuinnFirst:
     case imQuinnSecond: {
       const TVec& X = an.ComplexSpectrum();
       if (!inner || !X.Complex() || k + 1 >= X.Length()) break;
-      const TCplx xk = X.CValues(k), xm = X.CValues(k - 1), xp = X.CValues(k + 1);
-      const double mag2 = std::norm(xk);
-      if (mag2 == 0.0) break;
-      const double am = (xm.real() * xk.real() + xm.imag() * xk.imag()) / mag2;
-      const double ap = (xp.real() * xk.real() + xp.imag() * xk.imag()) / mag2;
-      double d = 0.0;
-      if (method == imQuinnFirst) {
-        const double dm = am / (1.0 - am), dp = ap / (1.0 - ap);  // no sign change on δ₊
-        d = dp > 0 && dm > 0 ? dp : dm;
-      } else {
-        const double dp = -ap / (1.0 - ap), dm = am / (1.0 - am);
-        d = (dp + dm) / 2.0 + Tau(dp * dp) - Tau(dm * dm);
-      }
+      const TCplx xm = X.CValues(k - 1), xk = X.CValues(k), xp = X.CValues(k + 1);
+      const double d = method == imQuinnFirst ? QuinnFirstOffset(xm, xk, xp) : QuinnSecondOffset(xm, xk, xp);
       if (std::isfinite(d)) Freq += d * delta;
       break;
     }
     case imJain: {
       if (!inner) break;
-      const double a = A.Values(k - 1), b = A.Values(k), c = A.Values(k + 1);
-      double pos;
-      if (a <= c) {
-        const double r = c / b;
-        pos = k + r / (r + 1.0);
-      } else {
-        const double r = b / a;
-        pos = k - 1 + r / (r + 1.0);
-      }
+      const double pos = JainPeakLine(k, A.Values(k - 1), A.Values(k), A.Values(k + 1));
       if (std::isfinite(pos)) Freq = pos * delta + an.BandWidthL();
       break;
     }

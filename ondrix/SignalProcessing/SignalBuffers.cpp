@@ -36,6 +36,8 @@ const TClassInfo& TSignalIncBuffer::StaticClassInfo() {
                                      .Prop("Input", &TSignalIncBuffer::GetInput, &TSignalIncBuffer::SetInput)
                                      .Stored(&TSignalIncBuffer::InputsStored)
                                      .Prop("Factor", &TSignalIncBuffer::Factor, &TSignalIncBuffer::SetFactor, 1)
+                                     // It starts empty: a stored length of 128 must load back.
+                                     .Prop("Length", &TSignal::Length, &TSignal::SetLength, 0)
                                      .Build();
   return info;
 }
@@ -190,6 +192,7 @@ const TClassInfo& TSignalStoreBuffer::StaticClassInfo() {
           .Prop("InitialBufferSize", &TSignalStoreBuffer::InitialBufferSize,
                 &TSignalStoreBuffer::SetInitialBufferSize, 4096)
           .Prop("IncrementStep", &TSignalStoreBuffer::IncrementStep, &TSignalStoreBuffer::SetIncrementStep, 1.0)
+          .Prop("Length", &TSignal::Length, &TSignal::SetLength, 0)  // it starts empty
           .Build();
   return info;
 }

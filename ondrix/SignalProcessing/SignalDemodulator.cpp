@@ -17,6 +17,9 @@ const TClassInfo& TSignalDemodulator::StaticClassInfo() {
           .Prop("SubBandWidth", &TSignalDemodulator::SubBandWidth, &TSignalDemodulator::SetSubBandWidth, 0.0)
           .Prop("SubBandFrequency", &TSignalDemodulator::SubBandFrequency, &TSignalDemodulator::SetSubBandFrequency,
                 0.0)
+          // Follows the band (1 without one), so it is not stored.
+          .Prop("Factor", &TSignalDemodulator::Factor, &TSignalDemodulator::SetFactor, 1)
+          .Stored(false)
           .Build();
   return info;
 }

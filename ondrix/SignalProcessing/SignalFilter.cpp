@@ -479,30 +479,17 @@ void TSignalFilter::Measure() {
   else
     TransferFunResponse(taps_, TVec(), freqs, h, fs);
   ResponseDb(h, db);
-  double passTop = -1e300;
-  for (int i = 0; i < b.Count(); ++i)
-    if (!b.Items(i)->IsStopBand())
-      for (int k = 0; k < kReportGrid; ++k)
-        if (freqs.Values(k) >= b.Items(i)->FreqStart && freqs.Values(k) <= b.Items(i)->FreqStop)
-          passTop = std::max(passTop, db.Values(k));
+  std::vector<TBandCheck> checks;
   for (int i = 0; i < b.Count(); ++i) {
     const TBandFilterRecord& band = *b.Items(i);
-    TBandReport r{band.FreqStart, band.FreqStop, band.Gain, band.Ripple, 0, false};
-    double lo = 1e300, hi = -1e300;
-    for (int k = 0; k < kReportGrid; ++k) {
-      if (freqs.Values(k) < band.FreqStart || freqs.Values(k) > band.FreqStop) continue;
-      lo = std::min(lo, db.Values(k));
-      hi = std::max(hi, db.Values(k));
-    }
-    if (hi < lo) continue;  // a band narrower than the grid step
-    if (band.IsStopBand()) {
-      r.Achieved = passTop - hi;
-      r.Met = r.Achieved >= band.Ripple - 0.01;
-    } else {
-      r.Achieved = hi - lo;
-      r.Met = r.Achieved <= band.Ripple + 0.01;
-    }
-    report_.Bands.push_back(r);
+    checks.push_back({band.FreqStart, band.FreqStop, band.IsStopBand(), band.Ripple});
+  }
+  CheckBands(freqs, db, checks);
+  for (int i = 0; i < b.Count(); ++i) {
+    const TBandFilterRecord& band = *b.Items(i);
+    const TBandCheck& c = checks[static_cast<std::size_t>(i)];
+    if (c.Sampled)  // a band narrower than the grid step is left out
+      report_.Bands.push_back({band.FreqStart, band.FreqStop, band.Gain, band.Ripple, c.Achieved, c.Met});
   }
 }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "ondrix/framework/ClassBuilder.h"
+#include "ondrix/sigcore/waveforms.h"
 #include "ondrix/vec/calcbase.h"
 
 namespace ondrix {
@@ -11,17 +12,6 @@ namespace ondrix {
 namespace {
 
 double DegToRad(double deg) { return deg * (PI / 180.0); }
-
-/// a modulo 360 as a − 360·trunc(a / 360), in extended precision: the sign follows a.
-double Mod360(long double a) { return static_cast<double>(a - 360.0L * std::trunc(a / 360.0L)); }
-
-/// Writes y to element i (a complex block gets y + 0i).
-inline void Put(TVec& v, int i, double y) {
-  if (v.Complex())
-    v.PCValues()[i] = TCplx(y, 0.0);
-  else
-    v.PValues()[i] = y;
-}
 
 bool IsInput(TFuncSignalType t) { return t >= funInput0 && t <= funInput7; }
 
@@ -199,10 +189,10 @@ void TSignalGenerator::InitFunc(TFuncSignalRecord& Cell) {
       break;
     }
     case funRandGauss:
-      if (!Cell.Continuous) v.RandGauss(999, Cell.Params[0], std::fabs(Cell.Params[1]));
+      if (!Cell.Continuous) NoiseBlock(v, nkGauss, Cell.Params[0], Cell.Params[1], false);
       break;
     case funRandUniform:
-      if (!Cell.Continuous) v.RandUniform(999, Cell.Params[0], Cell.Params[1]);
+      if (!Cell.Continuous) NoiseBlock(v, nkUniform, Cell.Params[0], Cell.Params[1], false);
       break;
     default:
       if (IsInput(Cell.FuncType)) {
@@ -211,63 +201,6 @@ void TSignalGenerator::InitFunc(TFuncSignalRecord& Cell) {
         SetUsesInputs(Inputs()->Count() > 0);
       }
       break;
-  }
-}
-
-void TSignalGenerator::FillImpulse(TFuncSignalRecord& Cell) {
-  TVec& v = *Cell.Values;
-  const auto& p = Cell.Params;
-  const double N = Length(), ST = SamplingTime();
-  const double k = 360.0 / (p[0] + p[1] + p[2] + p[3]);
-  const double r = p[2] * k;
-  const double h = r + p[0] * k;
-  const double fall = p[3] * k;
-  for (int i = 0; i < v.Length(); ++i) {
-    const long double n = static_cast<long double>(Cell.Counter) + i;
-    const double x = Mod360(n * k * ST / N);
-    if (x < 0) continue;  // not reached for n >= 0; such a sample is left as it was
-    double y;
-    if (x < r)
-      y = (x / r) * p[4];
-    else if (x < h)
-      y = p[4];
-    else if (x < h + fall)
-      y = (1.0 - ((x - r) - p[0] * k) / fall) * p[4];
-    else
-      y = 0.0;
-    Put(v, i, y);
-  }
-}
-
-void TSignalGenerator::FillSquare(TFuncSignalRecord& Cell) {
-  TVec& v = *Cell.Values;
-  const auto& p = Cell.Params;
-  const double N = Length(), ST = SamplingTime();
-  for (int i = 0; i < v.Length(); ++i) {
-    const long double n = static_cast<long double>(Cell.Counter) + i;
-    const double x = Mod360(n * p[0] * ST * 360.0 / N + p[1]);
-    Put(v, i, (x >= 0 && x < 180.0) ? p[2] + p[3] : p[3] - p[2]);
-  }
-}
-
-void TSignalGenerator::FillChirp(TFuncSignalRecord& Cell) {
-  TVec& v = *Cell.Values;
-  const auto& p = Cell.Params;
-  const int N = Length();
-  std::int64_t L = N;
-  double T = SamplingTime();
-  if (p[6] != 0) {
-    L = static_cast<std::int64_t>(std::nearbyint(N * p[6]));  // ties to even
-    T = SamplingTime() * p[6];
-  }
-  if (L == 0) throw Exception("Division by zero");  // what the integer remainder would raise
-  const double dL = static_cast<double>(L);
-  const double a = PI * (p[4] - p[0]) * T / (dL * dL);
-  const double b = 2.0 * PI * p[0] * T / dL;
-  for (int i = 0; i < v.Length(); ++i) {
-    const double m = static_cast<double>((static_cast<std::int64_t>(Cell.Counter) + i) % L);
-    const double theta = FixAngle((a * m + b) * m);
-    Put(v, i, std::sin(theta) * ((p[5] * m + (dL - m) * p[2]) / dL) + p[3]);
   }
 }
 
@@ -301,25 +234,28 @@ void TSignalGenerator::FillValues(TFuncSignalRecord& Cell) {
       if (Cell.Complex && CircularFrequency(p[0] / SamplingFrequency(), Cell.Complex) > 0.5) v.Conj();
       break;
     }
-    case funImpulse: FillImpulse(Cell); break;
+    case funImpulse:  // P0 high, P1 low, P2 rise, P3 fall (s), P4 height
+      PulseTrain(v, Cell.Counter, SamplingTime() / Length(), p[2], p[0], p[3], p[1], p[4]);
+      break;
     case funUnitImpulse:
       v.SetZero();
       if (v.Length() > 0) v.PValues()[0] = 0.5 * v.Length();
       break;
-    case funSquare: FillSquare(Cell); break;
-    case funRandGauss:
-      if (Cell.Continuous)
-        v.RandGauss(p[0], std::fabs(p[1]));
-      else
-        v.RandGauss();
+    case funSquare: SquareWave(v, Cell.Counter, SamplingTime() / Length(), p[0], p[1], p[2], p[3]); break;
+    case funRandGauss: NoiseBlock(v, nkGauss, p[0], p[1], Cell.Continuous); break;
+    case funRandUniform: NoiseBlock(v, nkUniform, p[0], p[1], Cell.Continuous); break;
+    case funChirp: {
+      // P6 is the sweep's length in blocks (0: one block), rounded to whole samples; the
+      // frequency scale follows the unrounded duration.
+      std::int64_t L = Length();
+      double T = SamplingTime();
+      if (p[6] != 0) {
+        L = static_cast<std::int64_t>(std::nearbyint(Length() * p[6]));  // ties to even
+        T = SamplingTime() * p[6];
+      }
+      LinearChirp(v, Cell.Counter, p[0], p[4], p[2], p[5], p[3], T, L);
       break;
-    case funRandUniform:
-      if (Cell.Continuous)
-        v.RandUniform(p[0], p[1]);
-      else
-        v.RandUniform();
-      break;
-    case funChirp: FillChirp(Cell); break;
+    }
     case funConstant:
       if (Cell.Complex)
         v.SetVal(TCplx(p[0], p[1]));

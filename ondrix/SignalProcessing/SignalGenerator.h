@@ -121,9 +121,6 @@ protected:
   void FillValues(TFuncSignalRecord& Cell);
 
 private:
-  void FillImpulse(TFuncSignalRecord& Cell);
-  void FillSquare(TFuncSignalRecord& Cell);
-  void FillChirp(TFuncSignalRecord& Cell);
   TSignal* InputSignal(int k) const;
 
   std::unique_ptr<TSignalSounds> sounds_;

@@ -1,5 +1,6 @@
 #include "ondrix/sigcore/filter_response.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "ondrix/vec/calcbase.h"
@@ -64,6 +65,37 @@ void ResponseDb(const TVec& h, TVec& db) {
     tmp.Values(i) = 20.0 * std::log10(a);
   }
   db = std::move(tmp);
+}
+
+void CheckBands(const TVec& freqs, const TVec& db, std::span<TBandCheck> bands) {
+  const int n = std::min(freqs.Length(), db.Length());
+  const auto inside = [&](int k, const TBandCheck& b) {
+    return freqs.Values(k) >= b.FreqStart && freqs.Values(k) <= b.FreqStop;
+  };
+  double passTop = -1e300;
+  for (const TBandCheck& b : bands)
+    if (!b.Stop)
+      for (int k = 0; k < n; ++k)
+        if (inside(k, b)) passTop = std::max(passTop, db.Values(k));
+  for (TBandCheck& b : bands) {
+    double lo = 1e300, hi = -1e300;
+    for (int k = 0; k < n; ++k) {
+      if (!inside(k, b)) continue;
+      lo = std::min(lo, db.Values(k));
+      hi = std::max(hi, db.Values(k));
+    }
+    b.Sampled = hi >= lo;
+    b.Achieved = 0;
+    b.Met = false;
+    if (!b.Sampled) continue;
+    if (b.Stop) {
+      b.Achieved = passTop - hi;
+      b.Met = b.Achieved >= b.Specified - kBandCheckSlackDb;
+    } else {
+      b.Achieved = hi - lo;
+      b.Met = b.Achieved <= b.Specified + kBandCheckSlackDb;
+    }
+  }
 }
 
 }  // namespace ondrix

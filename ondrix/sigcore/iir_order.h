@@ -1,7 +1,7 @@
 // Order selection of IIR filters: the lowest order that keeps the passband loss within rp dB
 // and the stopband at least rs dB down, and the natural frequencies to design it with. These
 // equal scipy.signal.buttord, cheb1ord, cheb2ord and ellipord, including their bandstop
-// search for the passband edges (a port of SciPy's bounded Brent minimiser, fminbound).
+// search for the passband edges (by MinimizeBounded, a port of SciPy's fminbound).
 //
 // Frequencies: in the units of fs, the sampling frequency; the default fs = 2 makes them
 // fractions of the Nyquist frequency, as in SciPy. With analog = true they are rad/s and fs is

@@ -85,4 +85,51 @@ TPeakFit FitWindowPeak(const TVec& w, double L, const TVec& m, int centre, int h
   return fit;
 }
 
+double ParabolaVertexOffset(double a, double b, double c) {
+  const double den = 2.0 * b - a - c;
+  return den != 0.0 ? (c - a) / (2.0 * den) : 0.0;
+}
+
+double BarycentricOffset(double a, double b, double c) {
+  const double den = a + b + c;
+  return den != 0.0 ? (c - a) / den : 0.0;
+}
+
+double JainPeakLine(int k, double a, double b, double c) {
+  if (a <= c) {
+    const double r = c / b;
+    return k + r / (r + 1.0);
+  }
+  const double r = b / a;
+  return k - 1 + r / (r + 1.0);
+}
+
+namespace {
+
+/// Re(x / xk) without forming the quotient; NaN for xk = 0.
+double RealRatio(TCplx x, TCplx xk) {
+  const double mag2 = std::norm(xk);
+  if (mag2 == 0.0) return NAN;
+  return (x.real() * xk.real() + x.imag() * xk.imag()) / mag2;
+}
+
+}  // namespace
+
+double QuinnFirstOffset(TCplx xm, TCplx xk, TCplx xp) {
+  const double am = RealRatio(xm, xk), ap = RealRatio(xp, xk);
+  const double dm = am / (1.0 - am), dp = ap / (1.0 - ap);
+  return dp > 0 && dm > 0 ? dp : dm;
+}
+
+double QuinnSecondOffset(TCplx xm, TCplx xk, TCplx xp) {
+  const double am = RealRatio(xm, xk), ap = RealRatio(xp, xk);
+  const double dp = -ap / (1.0 - ap), dm = am / (1.0 - am);
+  return (dp + dm) / 2.0 + QuinnTau(dp * dp) - QuinnTau(dm * dm);
+}
+
+double QuinnTau(double x) {
+  const double r = std::sqrt(2.0 / 3.0);
+  return 0.25 * std::log10(3.0 * x * x + 6.0 * x + 1.0) - (std::sqrt(6.0) / 24.0) * (x + 1.0 - r) / (x + 1.0 + r);
+}
+
 }  // namespace ondrix

@@ -207,6 +207,13 @@ double WindowScaleFactor(const TVec& w) {
   return w.Length() / sum;
 }
 
+double WindowEnbw(const TVec& w) {
+  const int n = w.Length();
+  double sum = 0, sum2 = 0;
+  for (int i = 0; i < n; ++i) sum += w.Values(i), sum2 += w.Values(i) * w.Values(i);
+  return n > 0 && sum != 0 ? n * sum2 / (sum * sum) : 1.0;
+}
+
 void ApplyWindowType(TSignalWindowType type, TVec& w, double sidelobeAtt, double expWindow,
                      bool symmetric) {
   switch (type) {

@@ -112,6 +112,10 @@ double WindowMean(const TVec& w);
 /// Raises EVecError for an empty window or a zero sum.
 double WindowScaleFactor(const TVec& w);
 
+/// Equivalent noise bandwidth of a window, in lines of a transform of the window's length:
+/// N·Σw²/(Σw)² (rectangular 1, Hann 1.5); 1 for an empty window or a zero sum.
+double WindowEnbw(const TVec& w);
+
 /// Sizes w to `length` real values, fills it with ones and applies the window of the given
 /// type as the analyzers do: Blackman with −0.16, the cosine taper with 20 %, Kaiser with
 /// β = KaiserBetaWindowAtt(sidelobeAtt), Chebyshev with sidelobeAtt, the exponential window

@@ -10,7 +10,7 @@
 
 #include "ondrix/AudioSignal/AudioSignal.h"
 #include "tests/common/block_source.h"
-#include "tests/common/vec_compare.h"
+#include "tests/common/reference.h"
 
 namespace ondrix::testing {
 namespace {

@@ -13,17 +13,11 @@
 
 #include "ondrix/FileSignal/FileSignal.h"
 #include "tests/common/block_source.h"
+#include "tests/common/reference.h"
 
 namespace ondrix::testing {
 
 /// A real (or complex) vector of the given values.
-inline TVec Vec(const std::vector<double>& values, bool complex = false) {
-  TVec v;
-  v.Size(static_cast<int>(complex ? values.size() / 2 : values.size()), complex);
-  for (std::size_t i = 0; i < values.size(); ++i) v.PValues()[i] = values[i];
-  return v;
-}
-
 /// values[from, from + n) as a vector.
 inline TVec Slice(const TVec& v, int from, int n) {
   TVec s;

@@ -5,7 +5,7 @@
 #include <numeric>
 
 #include "tests/FileSignal/file_fixture.h"
-#include "tests/common/vec_compare.h"
+#include "tests/common/reference.h"
 
 namespace ondrix::testing {
 namespace {

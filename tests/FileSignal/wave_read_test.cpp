@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "tests/FileSignal/file_fixture.h"
-#include "tests/common/vec_compare.h"
+#include "tests/common/reference.h"
 
 namespace ondrix::testing {
 namespace {

@@ -34,9 +34,7 @@ TEST(Allocation, PullingAChainAndSettingPropertiesDoNotAllocate) {
   m->Inputs()->Add()->SetInput(a);
   m->Inputs()->Add()->SetInput(b);
   m->Pull();  // first pull sizes every block
-#if !ONDRIX_COUNT_ALLOCATIONS
-  GTEST_SKIP() << "allocation counting needs the C library's allocator (not under the sanitizer)";
-#endif
+  ONDRIX_REQUIRE_ALLOCATION_COUNTING();
   AllocationCounter counter;
   ASSERT_TRUE(counter.Valid());
   for (int i = 0; i < 100; ++i) {

@@ -62,28 +62,6 @@ TEST(Lifetime, SourceFirstConsumerFirstOwnerFirst) {
   }
 }
 
-TEST(Lifetime, LinkIsAlreadyClearInsideTheTargetsDestructor) {
-  struct TProbe : TSignal {
-    using TSignal::TSignal;
-    TSignal* watcher = nullptr;
-    bool clearedFirst = false;
-    ~TProbe() override {
-      BeginDestroy();
-      clearedFirst = watcher->Input() == nullptr;
-      *flag = clearedFirst;
-    }
-    bool* flag = nullptr;
-  };
-  bool cleared = false;
-  TSignal watcher(nullptr);
-  auto probe = std::make_unique<TProbe>(nullptr);
-  probe->watcher = &watcher;
-  probe->flag = &cleared;
-  watcher.SetInput(probe.get());
-  probe.reset();
-  EXPECT_TRUE(cleared);
-}
-
 TEST(Lifetime, RandomGraphsTornDownInRandomOrder) {
   std::mt19937 rng(12345);
   for (int round = 0; round < 200; ++round) {

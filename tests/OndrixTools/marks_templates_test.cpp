@@ -5,9 +5,11 @@
 #include <vector>
 
 #include "ondrix/OndrixTools/OndrixTools.h"
+#include "tests/common/reference.h"
 #include "ondrix/framework/errors.h"
 
 using namespace ondrix;
+using ondrix::testing::Raises;
 
 namespace {
 
@@ -185,12 +187,7 @@ TEST(Templates, SwitchingStoresAndLoadsSettings) {
   TStreamTemplates t3(&wrongOwner);
   t3.SetTemplate(&other);
   m.SetPosition(0);
-  try {
-    t3.LoadFromStream(m);
-    FAIL();
-  } catch (const EVecError& e) {
-    EXPECT_STREQ(e.what(), "Data format type missmatch: TSignal <> TSpectrum");
-  }
+  EXPECT_THAT([&] { t3.LoadFromStream(m); }, Raises<EVecError>("Data format type missmatch: TSignal <> TSpectrum"));
   EXPECT_EQ(t3.TemplateIndex(), -1);
   t3.LoadFromFile("/nonexistent/file.tpl");  // a missing file is not an error
 }

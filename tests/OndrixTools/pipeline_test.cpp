@@ -6,8 +6,10 @@
 #include <vector>
 
 #include "ondrix/OndrixTools/OndrixTools.h"
+#include "tests/common/reference.h"
 
 using namespace ondrix;
+using ondrix::testing::Raises;
 
 namespace {
 
@@ -193,12 +195,7 @@ TEST(PullProtocol, ErrorsAreWrappedWithTheComponentName) {
   TComponent owner(nullptr);
   auto* f = new TGain(&owner);
   f->SetName("Filter1");
-  try {
-    f->Pull();
-    FAIL();
-  } catch (const Exception& e) {
-    EXPECT_STREQ(e.what(), "Filter1: Input = nil!");
-  }
+  EXPECT_THAT([&] { f->Pull(); }, Raises<Exception>("Filter1: Input = nil!"));
   EXPECT_TRUE(f->Dirty());
   bool handled = false;
   f->OnGetInput = [&](TObject*) {
@@ -212,37 +209,19 @@ TEST(PullProtocol, ErrorsAreWrappedWithTheComponentName) {
   m->SetName("Mix");
   m->Inputs()->Add()->SetInput(new TCounter(&owner));
   m->Inputs()->Add();
-  EXPECT_THROW(
-      {
-        try {
-          m->Update();
-        } catch (const Exception& e) {
-          EXPECT_STREQ(e.what(), "Mix: Inputs[1] = nil!");
-          throw;
-        }
-      },
-      Exception);
+  EXPECT_THAT([&] { m->Update(); }, Raises<Exception>("Mix: Inputs[1] = nil!"));
 
   auto* t = new TThrower(&owner);
   t->SetName("T");
   t->SetPipeState(pipeStream);
-  try {
-    t->Pull();
-  } catch (const Exception& e) {
-    EXPECT_STREQ(e.what(), "T: boom");
-  }
+  EXPECT_THAT([&] { t->Pull(); }, Raises<Exception>("T: boom"));
   EXPECT_EQ(t->PipeState(), pipeStream);  // failed before its state was set
 }
 
 TEST(PullProtocol, AssignBetweenModesAndInputsStored) {
   TSum multi(nullptr);
   TSignal single(nullptr);
-  try {
-    single.Assign(multi);
-    FAIL();
-  } catch (const Exception& e) {
-    EXPECT_STREQ(e.what(), "MultiChannel <> TAnalysis(Source).MultiChannel!");
-  }
+  EXPECT_THAT([&] { single.Assign(multi); }, Raises<Exception>("MultiChannel <> TAnalysis(Source).MultiChannel!"));
   TSignal other(nullptr);
   other.SetChannelCount(3);
   other.SetActive(false);
@@ -279,12 +258,7 @@ TEST(AnalysisList, FedFromOneSourceOrFromAnotherList) {
   TSignalList empty(nullptr);
   EXPECT_EQ(empty.Pull(), pipeOK);
   EXPECT_THROW(empty.SetItems(0, nullptr), ENoOperation);
-  try {
-    bank->Propagate(2);
-    FAIL();
-  } catch (const EVecError& e) {
-    EXPECT_STREQ(e.what(), "not CheckRange(0,SrcIndex,Count-1)");
-  }
+  EXPECT_THAT([&] { bank->Propagate(2); }, Raises<EVecError>("not CheckRange(0,SrcIndex,Count-1)"));
   bank->Items(0)->SetChannelCount(2);
   bank->Propagate(0);
   EXPECT_EQ(bank->Items(1)->ChannelCount(), 2);

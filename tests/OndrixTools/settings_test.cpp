@@ -5,7 +5,6 @@
 #include "ondrix/framework/ClassBuilder.h"
 #include "ondrix/framework/Registry.h"
 #include "ondrix/framework/Settings.h"
-#include "ondrix/framework/errors.h"
 
 using namespace ondrix;
 
@@ -128,16 +127,6 @@ TEST(SettingsFile, SmallGraphRoundTrip) {
   ASSERT_EQ(spec3->Marks().Count(), 1);
   EXPECT_EQ(spec3->Marks().Values(0).Freq, 50.0);
   EXPECT_EQ(dynamic_cast<TStage*>(run->FindComponent("Stage"))->Input(), nullptr);
-}
-
-TEST(SettingsFile, MalformedFilesRaiseAndBuildNothing) {
-  TComponent owner(nullptr);
-  EXPECT_THROW(LoadComponentFromJson("{\"class\": \"TSignal\", \"properties\": {\"Length\": \"x\"}}", owner),
-               EReadError);
-  EXPECT_THROW(LoadComponentFromJson("{\"class\": \"TNoSuchClass\"}", owner), EFilerError);
-  EXPECT_THROW(LoadComponentFromJson("{\"class\": \"TStage\", \"properties\": {\"Input\": \"Nobody\"}}", owner),
-               EReadError);
-  EXPECT_EQ(owner.ComponentCount(), 0);
 }
 
 TEST(Templates, ComponentTemplateKeepsLinksAndData) {

@@ -11,7 +11,6 @@
 using namespace ondrix;
 using namespace ondrix::testing;
 
-#if ONDRIX_COUNT_ALLOCATIONS
 namespace {
 
 /// Allocations made by `frames` updates after two warm-up frames (-1 if the counter is off).
@@ -20,18 +19,15 @@ long AllocationsOfUpdates(TRig& rig, int frames) {
   for (int k = 0; k < frames + 2; ++k) data.push_back(Sum(Sine(4096, 48000.0, 1000.0 + k, 1.0), Noise(4096, k, 0.01)));
   rig.Feed(data[0]);
   rig.Feed(data[1]);
-  AllocationCounter counter;
-  for (int k = 0; k < frames; ++k) rig.Feed(data[k + 2]);
-  return counter.Valid() ? counter.Count() : -1;
+  return AllocationsOf([&] {
+    for (int k = 0; k < frames; ++k) rig.Feed(data[k + 2]);
+  });
 }
 
 }  // namespace
-#endif
 
 TEST(AnalyzerAllocation, UpdatesAfterTheFirstFrameAllocateNothing) {
-#if !ONDRIX_COUNT_ALLOCATIONS
-  GTEST_SKIP() << "allocation counting needs the C library's allocator (not under the sanitizer)";
-#else
+  ONDRIX_REQUIRE_ALLOCATION_COUNTING();
   TRig averaged(48000.0);
   averaged->SetWindow(wtHanning);
   averaged->Stats()->SetAveraging(avLinearInf);
@@ -48,22 +44,19 @@ TEST(AnalyzerAllocation, UpdatesAfterTheFirstFrameAllocateNothing) {
   harmonics->Peaks()->Interpolation()->SetMethod(imNumeric);
   harmonics->Peaks()->Interpolation()->SetHarmonics(true);
   EXPECT_EQ(AllocationsOfUpdates(harmonics, 20), 0);
-#endif
 }
 
 // The two-channel and bispectrum analyzers, and the bispectrum kernels, after their first frame.
 TEST(AnalyzerAllocation, CrossAndBispectrumUpdatesAfterTheFirstFrameAllocateNothing) {
-#if !ONDRIX_COUNT_ALLOCATIONS
-  GTEST_SKIP() << "allocation counting needs the C library's allocator (not under the sanitizer)";
-#else
+  ONDRIX_REQUIRE_ALLOCATION_COUNTING();
   std::vector<TVec> data;
   for (int k = 0; k < 8; ++k) data.push_back(Sum(Sine(1024, 8000.0, 500.0 + k, 1.0), Noise(1024, k, 0.1)));
   const auto count = [&](const std::function<void(const TVec&, const TVec&)>& feed) {
     feed(data[0], data[1]);
     feed(data[2], data[3]);
-    AllocationCounter counter;
-    for (int k = 4; k < 8; ++k) feed(data[k], data[k - 4]);
-    return counter.Valid() ? counter.Count() : -1L;
+    return AllocationsOf([&] {
+      for (int k = 4; k < 8; ++k) feed(data[k], data[k - 4]);
+    });
   };
   TSignal x(nullptr), y(nullptr);
   x.SetSamplingFrequency(8000.0);
@@ -103,17 +96,15 @@ TEST(AnalyzerAllocation, CrossAndBispectrumUpdatesAfterTheFirstFrameAllocateNoth
   sums.BiAnalyzer()->SetRecursive(false);
   x.SetData(data[0]);
   sums.Update();
-  AllocationCounter counter;
-  for (int k = 0; k < 20; ++k) x.SetData(data[k % 8]), sums.Update();
-  EXPECT_EQ(counter.Valid() ? counter.Count() : -1L, 0);
-#endif
+  EXPECT_EQ(AllocationsOf([&] {
+              for (int k = 0; k < 20; ++k) x.SetData(data[k % 8]), sums.Update();
+            }),
+            0);
 }
 
 // The signal analyzer, every transform behind integration, mean removal and rotation.
 TEST(SignalAnalyzerAllocation, UpdatesAfterTheFirstAllocateNothing) {
-#if !ONDRIX_COUNT_ALLOCATIONS
-  GTEST_SKIP() << "allocation counting needs the C library's allocator (not under the sanitizer)";
-#else
+  ONDRIX_REQUIRE_ALLOCATION_COUNTING();
   TSignal a(nullptr), b(nullptr);
   a.SetData(Noise(2048, 1));
   b.SetData(Noise(2048, 2));
@@ -132,5 +123,4 @@ TEST(SignalAnalyzerAllocation, UpdatesAfterTheFirstAllocateNothing) {
     for (int k = 0; k < 5; ++k) an.Update();
     EXPECT_TRUE(counter.Valid() && counter.Count() == 0) << t;
   }
-#endif
 }

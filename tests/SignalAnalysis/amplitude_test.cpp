@@ -154,12 +154,7 @@ TEST(AnalyzerAmplitude, IntegrationDividesByTwoPiF) {
 TEST(AnalyzerEdgeCases, TargetLengthBelowTheInputLengthRaises) {
   TRig rig(1.0);
   rig.source->SetData(Noise(300, 1));
-  try {
-    rig->ApplySpectrumMethod(299, nullptr);
-    FAIL() << "no exception";
-  } catch (const Exception& e) {
-    EXPECT_STREQ(e.what(), "TargetLength < Input.Length");
-  }
+  EXPECT_THAT([&] { rig->ApplySpectrumMethod(299, nullptr); }, Raises<Exception>("TargetLength < Input.Length"));
   EXPECT_NO_THROW(rig->ApplySpectrumMethod(300, nullptr));
 }
 

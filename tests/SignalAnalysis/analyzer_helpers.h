@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ondrix/SignalAnalysis/SignalAnalysis.h"
+#include "tests/common/reference.h"
 
 namespace ondrix::testing {
 
@@ -59,14 +60,7 @@ struct TRig {
 };
 
 /// The amplitude vector as doubles.
-inline std::vector<double> Values(const TVec& v) { return {v.PValues(), v.PValues() + v.RealLength()}; }
 
 /// Largest |a[i] − b[i]| (huge on a size mismatch).
-inline double MaxDiff(const TVec& a, const TVec& b) {
-  if (a.RealLength() != b.RealLength()) return 1e300;
-  double m = 0;
-  for (int i = 0; i < a.RealLength(); ++i) m = std::max(m, std::fabs(a.PValues()[i] - b.PValues()[i]));
-  return m;
-}
 
 }  // namespace ondrix::testing

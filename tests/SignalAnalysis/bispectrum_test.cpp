@@ -192,7 +192,7 @@ TEST(BiSpectrum, SpectrumOfTheEventAndDefaults) {
   const TCplx want = given.CValues(3) * given.CValues(4) * std::conj(given.CValues(7));
   EXPECT_NEAR(b.Values(3, 4), std::cbrt(std::abs(want)), 1e-12);
 
-  TBiSpectrumAnalyzer a(nullptr);
+  TBiSpectrumAnalyzer a(nullptr);  // sub-object defaults are not in the property-table check
   EXPECT_EQ(a.BiAnalyzer()->Transform(), hoBicoherence);
   EXPECT_EQ(a.BiAnalyzer()->BicoherenceType(), bctModified);
   EXPECT_TRUE(a.BiAnalyzer()->Recursive());

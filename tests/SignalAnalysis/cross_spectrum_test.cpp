@@ -161,12 +161,7 @@ TEST(CrossSpectrum, FailuresRaiseTheirMessagesBeforeAnythingChanges) {
     const TVec before = rig.ca().CrossSpectrum();
     c.breakIt(rig);
     rig.x->SetData(Noise(128, 3));
-    try {
-      rig->Update();
-      ADD_FAILURE() << "no exception for " << c.message;
-    } catch (const std::exception& e) {
-      EXPECT_EQ(std::string(e.what()), "Cross: " + c.message);
-    }
+    EXPECT_THAT([&] { rig->Update(); }, Raises<std::exception>("Cross: " + c.message));
     EXPECT_EQ(rig->Stats()->Averaged(), 1u) << c.message;
     EXPECT_EQ(MaxDiff(rig.ca().CrossSpectrum(), before), 0.0) << c.message;
   }

@@ -131,12 +131,7 @@ TEST(TwoInputs, TransferFunctionCrossSpectrumAndImpulseResponse) {
 
 TEST(VectorEntries, ComputeSpectrumUsesHelperSignalsAndRejectsNil) {
   TSpectrumAnalyzer an(nullptr);
-  EXPECT_THROW(an.ComputeSpectrum(nullptr), Exception);
-  try {
-    an.ComputeSpectrum(nullptr);
-  } catch (const Exception& e) {
-    EXPECT_STREQ(e.what(), "Src = nil!");
-  }
+  EXPECT_THAT([&] { an.ComputeSpectrum(nullptr); }, Raises<Exception>("Src = nil!"));
   const TVec x = Sine(1024, 1024.0, 100, 1.0);
   EXPECT_THROW(an.ComputeSpectrum(&x, nullptr, 1024.0), Exception);
   EXPECT_EQ(an.Process(x, 1024.0), 0.0);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "analyzer_helpers.h"
+#include "ondrix/sigcore/peak_fit.h"
 
 using namespace ondrix;
 using namespace ondrix::testing;
@@ -129,38 +130,20 @@ TEST(PeakInterpolation, FormulasOnAnAutoregressiveSpectrum) {
     const double a = rig->Amplt().Values(k - 1), b = rig->Amplt().Values(k), c = rig->Amplt().Values(k + 1);
     const TCplx xm = rig->ComplexSpectrum().CValues(k - 1), xk = rig->ComplexSpectrum().CValues(k),
                 xp = rig->ComplexSpectrum().CValues(k + 1);
-    const double am = (xm / xk).real(), ap = (xp / xk).real();
+    // The formulas themselves are tested in tests/sigcore/peak_fit_test.cpp.
     double expect = 0;
     switch (m) {
-      case imQuadratic: {
-        const double textbook = 0.5 * (a - c) / (a - 2 * b + c);  // vertex of the parabola
-        expect = k + 2 * textbook;                                // kept doubled
-        break;
-      }
-      case imBarycentric: expect = k + (c - a) / (a + b + c); break;
-      case imQuinnFirst: {
-        const double dm = am / (1 - am), dp = ap / (1 - ap);
-        expect = k + (dm > 0 && dp > 0 ? dp : dm);
-        break;
-      }
-      case imQuinnSecond: {
-        const double dp = -ap / (1 - ap), dm = am / (1 - am);
-        expect = k + (dp + dm) / 2 + TSpectrumPeaksAnalyzer::Tau(dp * dp) - TSpectrumPeaksAnalyzer::Tau(dm * dm);
-        break;
-      }
-      default: expect = a <= c ? k + (c / b) / (c / b + 1) : k - 1 + (b / a) / (b / a + 1); break;
+      case imQuadratic: expect = k + 2 * ParabolaVertexOffset(a, b, c); break;  // kept doubled
+      case imBarycentric: expect = k + BarycentricOffset(a, b, c); break;
+      case imQuinnFirst: expect = k + QuinnFirstOffset(xm, xk, xp); break;
+      case imQuinnSecond: expect = k + QuinnSecondOffset(xm, xk, xp); break;
+      default: expect = JainPeakLine(k, a, b, c); break;
     }
     const double got = rig->Peaks()->GetMarks(0).Freq;
     EXPECT_NEAR(got, expect, 1e-12) << m;
     EXPECT_NE(got, 50.0) << m;
     EXPECT_LT(std::fabs(got - 50.3), 1.0) << m;
   }
-}
-
-TEST(PeakInterpolation, TauUsesTheDecimalLogAndAPlainRatio) {
-  EXPECT_NEAR(TSpectrumPeaksAnalyzer::Tau(0.0), -0.01031036307982877, 1e-16);
-  EXPECT_NEAR(TSpectrumPeaksAnalyzer::Tau(1.0), 0.20711309833764796, 1e-15);
-  EXPECT_NEAR(TSpectrumPeaksAnalyzer::Tau(0.25), 0.08592684451211693, 1e-15);
 }
 
 TEST(PeakSearch, CandidateRuleTakesAPlateauAtItsRightEnd) {

@@ -1,5 +1,4 @@
-// Per-block work of the generator and of the multirate components allocates nothing after the
-// first block. Skipped under the address sanitizer (see allocation_counter.h).
+// Per-block work of the processing components allocates nothing once blocks have their size.
 #include <gtest/gtest.h>
 
 #include "generator_helpers.h"
@@ -9,30 +8,16 @@
 using namespace ondrix;
 using namespace ondrix::testing;
 
-TEST(GeneratorAllocation, BlocksAfterTheFirstAllocateNothing) {
-#if !ONDRIX_COUNT_ALLOCATIONS
-  GTEST_SKIP() << "allocation counting needs the C library's allocator (not under the sanitizer)";
-#else
-  auto g = Gen(48000.0, 4096, FunctionLine(funSine, {1000.0, 0.0, 1.0}), FunctionLine(funRandGauss, {0.0, 0.1}),
-               OperatorLine(opAdd), FunctionLine(funChirp, {100.0, 0.0, 1.0, 0.0, 5000.0, 0.2, 8.0}),
-               OperatorLine(opMul), FunctionLine(funImpulse, {0.001, 0.002, 0.0005, 0.0005, 0.5}),
-               FunctionLine(funSquare, {50.0, 0.0, 1.0, 0.0}),
-               OperatorLine(opAdd), OperatorLine(opAdd), FunctionLine(funConstant, {0.1}), OperatorLine(opAdd),
-               OperatorLine(opLimit, {1.0, -1.0}));
-  g->Pull();  // the first block prepares the lines
-  AllocationCounter counter;
-  ASSERT_TRUE(counter.Valid());
-  for (int b = 0; b < 20; ++b) g->Pull();
-  EXPECT_EQ(counter.Count(), 0);
-#endif
-}
+TEST(SteadyStateAllocation, BlocksAfterTheFirstAllocateNothing) {
+  ONDRIX_REQUIRE_ALLOCATION_COUNTING();
+  auto every = Gen(48000.0, 4096, FunctionLine(funSine, {1000.0, 0.0, 1.0}), FunctionLine(funRandGauss, {0.0, 0.1}),
+                   OperatorLine(opAdd), FunctionLine(funChirp, {100.0, 0.0, 1.0, 0.0, 5000.0, 0.2, 8.0}),
+                   OperatorLine(opMul), FunctionLine(funImpulse, {0.001, 0.002, 0.0005, 0.0005, 0.5}),
+                   FunctionLine(funSquare, {50.0, 0.0, 1.0, 0.0}), OperatorLine(opAdd), OperatorLine(opAdd),
+                   FunctionLine(funConstant, {0.1}), OperatorLine(opAdd), OperatorLine(opLimit, {1.0, -1.0}));
+  every->Pull();  // the first block prepares the lines
+  EXPECT_EQ(AllocationsOf([&] { for (int b = 0; b < 20; ++b) every->Pull(); }), 0) << "generator";
 
-// The multirate components behind a generator: blocks after the first allocate nothing
-// (here, since this binary's allocation counter lives in this file).
-TEST(MultiRateAllocation, BlocksAfterTheFirstAllocateNothing) {
-#if !ONDRIX_COUNT_ALLOCATIONS
-  GTEST_SKIP() << "allocation counting needs the C library's allocator (not under the sanitizer)";
-#else
   auto g = Gen(48000.0, 4096, FunctionLine(funSine, {1000.0, 0.0, 1.0}), FunctionLine(funRandGauss, {0.0, 0.1}),
                OperatorLine(opAdd));
   TSignalDecimator dec(nullptr);
@@ -45,24 +30,18 @@ TEST(MultiRateAllocation, BlocksAfterTheFirstAllocateNothing) {
   dem.SetSubBandWidth(0.02);
   TSignalEnvelopeDetector env(nullptr);
   env.SetFactor(8);
-  std::vector<TSignalMultiRate*> all{&dec, &itp, &dem, &env};
-  for (TSignalMultiRate* c : all) c->SetInput(g.get());
-  for (TSignalMultiRate* c : all) c->Pull();  // the first block designs and allocates
-  AllocationCounter counter;
-  ASSERT_TRUE(counter.Valid());
-  for (int b = 0; b < 10; ++b)
-    for (TSignalMultiRate* c : all) c->Pull();
-  EXPECT_EQ(counter.Count(), 0);
-#endif
-}
+  TSpectrumFilter filter(nullptr);
+  filter.SetSmoothing(9);
+  std::vector<TSignal*> all{&dec, &itp, &dem, &env, &filter};
+  for (TSignal* c : all) c->SetInput(g.get()), c->Pull();  // the first block designs and allocates
+  EXPECT_EQ(AllocationsOf([&] {
+              for (int b = 0; b < 10; ++b)
+                for (TSignal* c : all) c->Pull();
+            }),
+            0) << "multirate and spectrum filter";
 
-// Buffers, demultiplexer and multiplexer behind a generator: once the rings have grown to
-// their working size, pulls allocate nothing.
-TEST(BufferMuxAllocation, SteadyStatePullsAllocateNothing) {
-#if !ONDRIX_COUNT_ALLOCATIONS
-  GTEST_SKIP() << "allocation counting needs the C library's allocator (not under the sanitizer)";
-#else
-  auto g = Gen(48000.0, 1000, FunctionLine(funSine, {1000.0, 0.0, 1.0}));
+  // Buffers, demultiplexer and multiplexer: once the rings have their working size.
+  auto tone = Gen(48000.0, 1000, FunctionLine(funSine, {1000.0, 0.0, 1.0}));
   TSignalBuffer stream(nullptr), overlap(nullptr), scroll(nullptr);
   overlap.SetBufferType(bftScrolling);
   overlap.SetUseOverlapping(true);
@@ -70,45 +49,23 @@ TEST(BufferMuxAllocation, SteadyStatePullsAllocateNothing) {
   scroll.SetBufferType(bftScrolling);
   TSignalIncBuffer inc(nullptr);
   inc.SetFactor(4);
-  TSignalDecBuffer dec(nullptr);
-  dec.SetFactor(4);
+  TSignalDecBuffer decb(nullptr);
+  decb.SetFactor(4);
   TSignalMux mux(nullptr);
-  mux.Inputs()->Add()->SetInput(g.get());
+  mux.Inputs()->Add()->SetInput(tone.get());
   mux.Inputs()->Add()->SetInput(&stream);
   TSignalDemux demux(nullptr);
   demux.SetInput(&mux);
   demux.SetChannel(1);
-  std::vector<TSignal*> sinks{&overlap, &scroll, &inc, &dec, &demux};
-  for (TSignalBuffer* b : {&stream, &overlap, &scroll}) {
-    b->SetInput(g.get());
-    b->SetLength(1000);
-  }
-  inc.SetInput(g.get());
-  dec.SetInput(g.get());
-  for (int b = 0; b < 20; ++b)
-    for (TSignal* s : sinks) s->Pull();
-  AllocationCounter counter;
-  ASSERT_TRUE(counter.Valid());
-  for (int b = 0; b < 20; ++b)
-    for (TSignal* s : sinks) s->Pull();
-  EXPECT_EQ(counter.Count(), 0);
+  for (TSignalBuffer* b : {&stream, &overlap, &scroll}) b->SetInput(tone.get()), b->SetLength(1000);
+  inc.SetInput(tone.get());
+  decb.SetInput(tone.get());
+  const std::vector<TSignal*> sinks{&overlap, &scroll, &inc, &decb, &demux};
+  const auto pull = [&] {
+    for (int b = 0; b < 20; ++b)
+      for (TSignal* s : sinks) s->Pull();
+  };
+  pull();
+  EXPECT_EQ(AllocationsOf(pull), 0) << "buffers and mux";
   EXPECT_EQ(demux.Length(), 1000);
-#endif
-}
-
-// The spectrum filter: blocks of a size seen before allocate nothing.
-TEST(SpectrumFilterAllocation, BlocksAfterTheFirstAllocateNothing) {
-#if !ONDRIX_COUNT_ALLOCATIONS
-  GTEST_SKIP() << "allocation counting needs the C library's allocator (not under the sanitizer)";
-#else
-  auto g = Gen(48000.0, 4096, FunctionLine(funSine, {1000.0, 0.0, 1.0}), FunctionLine(funRandGauss, {0.0, 0.1}),
-               OperatorLine(opAdd));
-  TSpectrumFilter filter(nullptr);
-  filter.SetInput(g.get());
-  filter.SetSmoothing(9);
-  filter.Pull();
-  AllocationCounter counter;
-  for (int b = 0; b < 10; ++b) filter.Pull();
-  EXPECT_TRUE(counter.Valid() && counter.Count() == 0);
-#endif
 }

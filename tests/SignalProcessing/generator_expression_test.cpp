@@ -93,17 +93,14 @@ TEST(GeneratorExpression, UnitImpulseSquareAndTheCounterWrap) {
   EXPECT_EQ(Pull(*p, 1), first);
 }
 
-TEST(GeneratorExpression, ContinuousNoiseRunsOnWithItsStatistics) {
+// The noise's statistics are tested with its kernel (tests/sigcore/waveforms_test.cpp).
+TEST(GeneratorExpression, ContinuousNoiseRunsOn) {
   auto g = Gen(1000.0, 4096, FunctionLine(funRandGauss, {0.5, -2.0}));
   std::vector<double> b1 = Pull(*g, 1);
   EXPECT_NE(Pull(*g, 1), b1);
-  EXPECT_NEAR(g->Data().Mean(), 0.5, 5 * 2.0 / 64);  // 5 standard errors
-  EXPECT_NEAR(g->Data().StdDev(), 2.0, 0.1);
   SetLines(*g, FunctionLine(funRandUniform, {-1.0, 3.0}));
-  g->Pull();
-  double mx, mn;
-  g->Data().MaxMin(mx, mn);
-  EXPECT_TRUE(mn >= -1.0 && mx < 3.0 && mx - mn > 3.9) << mn << " " << mx;
+  b1 = Pull(*g, 1);
+  EXPECT_NE(Pull(*g, 1), b1);
 }
 
 TEST(GeneratorExpression, InputLinesCopyTheirInputSignals) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "ondrix/SignalProcessing/SignalProcessing.h"
+#include "tests/common/reference.h"
 
 namespace ondrix::testing {
 
@@ -39,10 +40,5 @@ inline std::vector<double> Pull(TSignalGenerator& g, int blocks) {
 }
 
 /// Largest absolute difference of two sequences (huge if the lengths differ).
-inline double MaxDiff(const std::vector<double>& a, const std::vector<double>& b) {
-  double d = a.size() == b.size() ? 0 : 1e300;
-  for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i) d = std::max(d, std::abs(a[i] - b[i]));
-  return d;
-}
 
 }  // namespace ondrix::testing

@@ -11,10 +11,11 @@
 
 #include "ondrix/SignalProcessing/SignalProcessing.h"
 #include "ondrix/framework/Registry.h"
-#include "ondrix/framework/Settings.h"
 #include "ondrix/vec/calcbase.h"
+#include "tests/common/reference.h"
 
 using namespace ondrix;
+using ondrix::testing::Raises;
 
 namespace {
 
@@ -79,15 +80,6 @@ std::unique_ptr<TSignalMultiRate> Envelope(int factor) {
   auto d = std::make_unique<TSignalEnvelopeDetector>(nullptr);
   d->SetFactor(factor);
   return d;
-}
-
-std::string ErrorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const std::exception& e) {
-    return e.what();
-  }
-  return "";
 }
 
 }  // namespace
@@ -159,15 +151,15 @@ TEST(MultiRate, Messages) {
   for (TSignalMultiRate* c : std::initializer_list<TSignalMultiRate*>{&d, &i, &m, &e}) {
     c->SetName("Stage");
     c->SetInput(&stereo);
-    EXPECT_EQ(ErrorOf([&] { c->Pull(); }), "Stage: MultiRate: Input.ChannelCount > 1 not supported!");
+    EXPECT_THAT([&] { c->Pull(); }, Raises<std::exception>("Stage: MultiRate: Input.ChannelCount > 1 not supported!"));
     c->SetInput(nullptr);
   }
   m.SetSubBandWidth(0.1);
   TVec y;
-  EXPECT_EQ(ErrorOf([&] { m.Process(TVec(63), y); }), "Stage: (Input.Length mod 2) <> 0");
+  EXPECT_THAT([&] { m.Process(TVec(63), y); }, Raises<std::exception>("Stage: (Input.Length mod 2) <> 0"));
   EXPECT_EQ(m.Input(), nullptr);  // Process restores the input after a failure too
   e.SetFactor(8);
-  EXPECT_EQ(ErrorOf([&] { e.Process(TVec(7), y); }), "Stage: Input.Length < FActor");
+  EXPECT_THAT([&] { e.Process(TVec(7), y); }, Raises<std::exception>("Stage: Input.Length < FActor"));
   e.Process(TVec(0), y);
   EXPECT_EQ(y.Length(), 0);
   // Factor 1 copies the block.
@@ -352,34 +344,8 @@ TEST(MultiRate, ExternalTapsAndTheTapsEvent) {
   for (int j = 0; j < 4; ++j) EXPECT_EQ(y.Values(j), want[j]) << j;
 }
 
-TEST(MultiRate, SettingsFileAndLists) {
-  RegisterClass(TComponent::StaticClassInfo());
-  TComponent form(nullptr);
-  auto* d = new TSignalDecimator(&form);
-  d->SetName("Dec");
-  d->SetFactor(16);
-  d->SetEnvelopeFactor(4);
-  d->SetLastStageFilterOnly(true);
-  d->SetRipple(1e-5);
-  auto* m = new TSignalDemodulator(&form);
-  m->SetName("Demod");
-  m->SetSubBandFrequency(0.1);
-  m->SetSubBandWidth(0.05);
-  auto* e = new TSignalEnvelopeDetector(&form);
-  e->SetName("Env");
-  e->SetHilbertTransBW(0.2);
-  auto back = LoadComponentFromJson(SaveComponentToJson(form));
-  auto* d2 = dynamic_cast<TSignalDecimator*>(back->FindComponent("Dec"));
-  auto* m2 = dynamic_cast<TSignalDemodulator*>(back->FindComponent("Demod"));
-  auto* e2 = dynamic_cast<TSignalEnvelopeDetector*>(back->FindComponent("Env"));
-  ASSERT_TRUE(d2 && m2 && e2);
-  EXPECT_EQ(d2->Factor(), 16);
-  EXPECT_EQ(d2->EnvelopeFactor(), 4);
-  EXPECT_TRUE(d2->LastStageFilterOnly());
-  EXPECT_EQ(d2->Ripple(), 1e-5);
-  EXPECT_EQ(m2->Factor(), 16);
-  EXPECT_EQ(m2->SubBandFrequency(), 0.1);
-  EXPECT_EQ(e2->HilbertTransBW(), 0.2);
+TEST(MultiRate, ListsMakeTheirItemClass) {
+  RegisterSignalProcessingClasses();
   for (const char* name : {"TSignalDecimatorList", "TSignalInterpolatorList", "TSignalDemodulatorList",
                            "TSignalEnvelopeDetectorList"}) {
     auto list = CreateComponentByName(name);

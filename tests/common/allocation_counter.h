@@ -3,8 +3,11 @@
 // which owns them, counting is off. Include this header in exactly one file of a test binary.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <cstddef>
+#include <functional>
 
 #if defined(__SANITIZE_ADDRESS__)
 #define ONDRIX_COUNT_ALLOCATIONS 0
@@ -39,7 +42,18 @@ private:
   bool valid_ = false;
 };
 
+/// Allocations made by Steady, or -1 when the counter does not see allocations at all.
+inline long AllocationsOf(const std::function<void()>& Steady) {
+  AllocationCounter counter;
+  Steady();
+  return counter.Valid() ? counter.Count() : -1;
+}
+
 }  // namespace ondrix::testing
+
+/// Skips the test where allocations are not counted.
+#define ONDRIX_REQUIRE_ALLOCATION_COUNTING() \
+  if (!ONDRIX_COUNT_ALLOCATIONS) GTEST_SKIP() << "allocation counting needs the C library's allocator"
 
 #if ONDRIX_COUNT_ALLOCATIONS
 extern "C" {

@@ -64,12 +64,7 @@ TEST(Component, NamesAreIdentifiersUniqueAmongSiblings) {
   auto* b = new TTestNode(&owner);
   a->SetName("Filter1");
   EXPECT_THROW(b->SetName("filter1"), EComponentError);  // names compare case-insensitively
-  try {
-    b->SetName("1abc");
-    FAIL();
-  } catch (const EComponentError& e) {
-    EXPECT_STREQ(e.what(), "'1abc' is not a valid component name");
-  }
+  EXPECT_THAT([&] { b->SetName("1abc"); }, Raises<EComponentError>("'1abc' is not a valid component name"));
   EXPECT_THROW(b->SetName("a.b"), EComponentError);
   b->SetName("Filter2");
   EXPECT_EQ(owner.FindComponent("FILTER2"), b);
@@ -79,12 +74,7 @@ TEST(Component, NamesAreIdentifiersUniqueAmongSiblings) {
   // Inserting a component with a taken name fails and leaves the owner as it was.
   auto dup = std::make_unique<TTestNode>(nullptr);
   dup->SetName("Filter1");
-  try {
-    owner.InsertComponent(std::move(dup));
-    FAIL();
-  } catch (const EComponentError& e) {
-    EXPECT_STREQ(e.what(), "A component named Filter1 already exists");
-  }
+  EXPECT_THAT([&] { owner.InsertComponent(std::move(dup)); }, Raises<EComponentError>("A component named Filter1 already exists"));
   EXPECT_EQ(owner.ComponentCount(), 2);
 }
 

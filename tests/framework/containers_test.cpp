@@ -29,12 +29,7 @@ TEST(List, EditingAndIndexErrors) {
   list.SetCount(6);
   EXPECT_EQ(list.Items(5), nullptr);
   for (int bad : {-1, 6}) {
-    try {
-      list.Items(bad);
-      FAIL();
-    } catch (const EListError& e) {
-      EXPECT_EQ(std::string(e.what()), "List index out of bounds (" + std::to_string(bad) + ")");
-    }
+    EXPECT_THAT([&] { list.Items(bad); }, Raises<EListError>("List index out of bounds (" + std::to_string(bad) + ")"));
     EXPECT_THROW(list.Delete(bad), EListError);
     EXPECT_THROW(list.SetItems(bad, nullptr), EListError);
   }

@@ -48,12 +48,7 @@ TEST(MemoryStream, BufferTransfersRaiseOnShortReads) {
   m.WriteBuffer("abc", 3);
   m.SetPosition(1);
   char buf[4];
-  try {
-    m.ReadBuffer(buf, 3);
-    FAIL();
-  } catch (const EReadError& e) {
-    EXPECT_STREQ(e.what(), "Stream read error");
-  }
+  EXPECT_THAT([&] { m.ReadBuffer(buf, 3); }, Raises<EReadError>("Stream read error"));
   m.ReadBuffer(buf, 0);  // nothing asked, nothing raised
 }
 
@@ -113,19 +108,9 @@ TEST(FileStream, ModesAndErrors) {
   EXPECT_TRUE(FileExists(file));
   std::filesystem::remove(file);
   EXPECT_FALSE(FileExists(file));
-  try {
-    TFileStream f(file, fmOpenRead);
-    FAIL();
-  } catch (const EFOpenError& e) {
-    EXPECT_EQ(std::string(e.what()), "Cannot open file \"" + file + "\"");
-  }
+  EXPECT_THAT([&] { TFileStream f(file, fmOpenRead); }, Raises<EFOpenError>("Cannot open file \"" + file + "\""));
   const std::string bad = "/nonexistent_dir_ondrix/x.bin";
-  try {
-    TFileStream f(bad, fmCreate);
-    FAIL();
-  } catch (const EFCreateError& e) {
-    EXPECT_EQ(std::string(e.what()), "Cannot create file \"" + bad + "\"");
-  }
+  EXPECT_THAT([&] { TFileStream f(bad, fmCreate); }, Raises<EFCreateError>("Cannot create file \"" + bad + "\""));
 }
 
 TEST(LittleEndian, ByteOrderAndShortReads) {
@@ -148,22 +133,13 @@ TEST(Registry, RegisterFindCreateUnregister) {
   RegisterTestClasses();  // the same classes again: no error
   EXPECT_EQ(&FindClass("TTestNode"), &TTestNode::StaticClassInfo());
   EXPECT_EQ(GetClass("TNoSuchClass"), nullptr);
-  try {
-    FindClass("TNoSuchClass");
-    FAIL();
-  } catch (const EClassNotFound& e) {
-    EXPECT_STREQ(e.what(), "Class TNoSuchClass not found");
-  }
+  EXPECT_THAT([&] { FindClass("TNoSuchClass"); }, Raises<EClassNotFound>("Class TNoSuchClass not found"));
   std::unique_ptr<TComponent> c = CreateComponentByName("TTestDerived");
   EXPECT_EQ(c->ClassName(), "TTestDerived");
   EXPECT_EQ(c->Owner(), nullptr);
   RegisterClass(TKvxComponentList::StaticClassInfo());
-  try {
-    CreateComponentByName("TKvxComponentList");  // abstract
-    FAIL();
-  } catch (const EFilerError& e) {
-    EXPECT_STREQ(e.what(), "Class TKvxComponentList cannot be created by name");
-  }
+  EXPECT_THAT([&] { CreateComponentByName("TKvxComponentList"); },  // abstract
+              Raises<EFilerError>("Class TKvxComponentList cannot be created by name"));
   UnRegisterClass(TKvxComponentList::StaticClassInfo());
 
   // Another class under a registered name is refused.

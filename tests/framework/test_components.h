@@ -9,8 +9,12 @@
 #include <vector>
 
 #include "ondrix/framework/framework.h"
+#include "tests/common/reference.h"
 
 namespace ondrix::test {
+
+using ondrix::testing::Raises;
+using ondrix::testing::RaisesWith;
 
 enum TTestMode { tmSlow, tmFast, tmAuto };
 

@@ -61,5 +61,42 @@ TEST(PeakFit, MainLobeWidthsAndDegenerateInputs) {
   EXPECT_NEAR(FitWindowPeak(hann, 64, m, 10, 1).Offset, 0.2, 2e-3);
 }
 
+// The three-line estimators on lines whose tone position is known in closed form.
+TEST(PeakEstimators, RecoverTheToneOfTheirModels) {
+  const auto sinc = [](double x) { return x == 0 ? 1.0 : std::fabs(std::sin(M_PI * x) / (M_PI * x)); };
+  // Line m of the rectangular-window DFT of exp(2πi·ν·n/N), n < N (a geometric series).
+  const int N = 1024;
+  const auto line = [&](double nu, int m) {
+    return (1.0 - std::polar(1.0, 2 * M_PI * (nu - m))) / (1.0 - std::polar(1.0, 2 * M_PI * (nu - m) / N));
+  };
+  for (double d : {-0.49, -0.2, 0.013, 0.31, 0.49}) {
+    const auto parabola = [&](double x) { return 3.0 - 0.7 * (x - d) * (x - d); };
+    EXPECT_NEAR(ParabolaVertexOffset(parabola(-1), parabola(0), parabola(1)), d, 1e-14) << d;
+    EXPECT_NEAR(JainPeakLine(7, sinc(-1 - d), sinc(-d), sinc(1 - d)), 7 + d, 1e-13) << d;
+    const TCplx xm = line(100 + d, 99), xk = line(100 + d, 100), xp = line(100 + d, 101);
+    // Both are exact as N grows, to O(1/N²).
+    EXPECT_NEAR(QuinnFirstOffset(xm, xk, xp), d, 2e-6) << d;
+    EXPECT_NEAR(QuinnSecondOffset(xm, xk, xp), d, 2e-6) << d;
+  }
+  // Two equal top lines: the tone lies halfway between them. Masses 1, 2, 3: centre 1/3.
+  EXPECT_TRUE(ParabolaVertexOffset(0, 1, 1) == 0.5 && BarycentricOffset(0, 1, 1) == 0.5);
+  EXPECT_EQ(JainPeakLine(3, 0, 1, 1), 3.5);
+  EXPECT_NEAR(BarycentricOffset(3, 2, 1), -1.0 / 3, 1e-16);
+  // Degenerate lines: points on a line, a zero sum, a zero centre line.
+  EXPECT_TRUE(ParabolaVertexOffset(1, 2, 3) == 0.0 && BarycentricOffset(1, 0, -1) == 0.0);
+  EXPECT_TRUE(std::isnan(QuinnFirstOffset(1.0, 0.0, 1.0)) && std::isnan(QuinnSecondOffset(1.0, 0.0, 1.0)));
+  // τ evaluated in NumPy.
+  EXPECT_NEAR(QuinnTau(0.0), -0.01031036307982877, 1e-16);
+  EXPECT_NEAR(QuinnTau(1.0), 0.20711309833764796, 1e-15);
+  EXPECT_NEAR(QuinnTau(0.25), 0.08592684451211693, 1e-15);
+}
+
+TEST(PeakEstimators, HillClimbStopsWithinItsLastStep) {
+  for (double minStep : {1e-2, 1e-6}) {
+    const double x = ClimbToMaximum([](double x) { return -std::pow(x - 0.3217, 2); }, 0.0, 0.125, minStep);
+    EXPECT_LE(std::fabs(x - 0.3217), 2 * minStep) << minStep;
+  }
+}
+
 }  // namespace
 }  // namespace ondrix

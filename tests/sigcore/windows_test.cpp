@@ -186,3 +186,27 @@ TEST(Windows, ChebyshevSidelobesAtAttenuation) {
     }
   }
 }
+
+// A periodic cosine-sum window Σ ±a_k·cos(2πkt) has the noise bandwidth
+// (a0² + ½·Σ_{k≥1} a_k²) / a0² lines for every length above twice its number of terms.
+TEST(Windows, NoiseBandwidthOfCosineSums) {
+  const struct {
+    TSignalWindowType type;
+    std::vector<double> a;
+  } cases[] = {{wtRectangular, {1}},
+               {wtHanning, {0.5, 0.5}},
+               {wtHamming, {0.54, 0.46}},
+               {wtBlackman, {0.42, 0.5, 0.08}},
+               {wtFlatTop, {0.2810639, 0.5208972, 0.1980399}},
+               {wtBlackmanExact, {7938 / 18608., 9240 / 18608., 1430 / 18608.}}};
+  for (const auto& c : cases) {
+    double s = c.a[0] * c.a[0];
+    for (size_t k = 1; k < c.a.size(); ++k) s += 0.5 * c.a[k] * c.a[k];
+    for (int n : {7, 256, 1001}) {
+      TVec w;
+      GenerateWindow(c.type, w, n);
+      EXPECT_NEAR(WindowEnbw(w), s / (c.a[0] * c.a[0]), 1e-13) << c.type << " N=" << n;
+    }
+  }
+  EXPECT_EQ(WindowEnbw(TVec()), 1.0);
+}

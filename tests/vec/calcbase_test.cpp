@@ -14,8 +14,10 @@
 #include <vector>
 
 #include "ondrix/vec/exceptions.h"
+#include "tests/common/reference.h"
 
 using namespace ondrix;
+using ondrix::testing::Raises;
 
 namespace {
 
@@ -27,14 +29,6 @@ double ParseC(const std::string& s) {
   return v;
 }
 
-std::string NotFloatMessage(const std::string& s) {
-  try {
-    StrToFloat(s, ".");
-  } catch (const EVecError& e) {
-    return e.what();
-  }
-  return "(no exception)";
-}
 
 }  // namespace
 
@@ -149,8 +143,8 @@ TEST(CalcBase, StrToFloatAcceptsAndRejects) {
   EXPECT_TRUE(std::isnan(StrToFloat("NAN", ".")));
   EXPECT_TRUE(std::isnan(StrToFloat("nan", ",")));
 
-  EXPECT_EQ(NotFloatMessage("abc"), "'abc' is not a valid floating point value");
-  EXPECT_EQ(NotFloatMessage(" 1x "), "' 1x ' is not a valid floating point value");
+  EXPECT_THAT([] { (void)StrToFloat("abc", "."); }, Raises<EVecError>("'abc' is not a valid floating point value"));
+  EXPECT_THAT([] { (void)StrToFloat(" 1x ", "."); }, Raises<EVecError>("' 1x ' is not a valid floating point value"));
   for (const char* bad :
        {"", "   ", "1.2.3", "1,5", "1e400", "--1", "+-1", "1 2", "0x10", "e5", "-", "nan(1)", "infx"})
     EXPECT_THROW(StrToFloat(bad, "."), EVecError) << "'" << bad << "'";

@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "../common/vec_compare.h"
+#include "../common/reference.h"
 #include "ondrix/vec/correlation.h"
 
 namespace ondrix {
@@ -18,8 +18,6 @@ namespace {
 using ondrix::testing::At;
 using ondrix::testing::Near;
 
-static_assert(std::endian::native == std::endian::little, "reference files are little-endian");
-
 // The arrays of corr_ref_<name>.f64, in file order; the last four are numpy "full" outputs.
 struct CorrRef {
   int nx = 0, ny = 0;
@@ -27,28 +25,18 @@ struct CorrRef {
 };
 
 CorrRef LoadCorrRef(const std::string& name, int nx, int ny) {
-  std::ifstream in(std::string(ONDRIX_TEST_DATA_DIR) + "/corr_ref_" + name + ".f64",
-                   std::ios::binary);
-  if (!in) throw std::runtime_error("missing reference file for " + name);
-  auto next = [&in](int n, bool complex) {
-    TVec v(n, complex);
-    in.read(reinterpret_cast<char*>(v.PValues()),
-            static_cast<std::streamsize>(sizeof(double) * v.RealLength()));
-    if (!in) throw std::runtime_error("reference file too short");
-    return v;
-  };
-  CorrRef r;
-  r.nx = nx;
-  r.ny = ny;
-  r.x = next(nx, false);
-  r.y = next(ny, false);
-  r.xc = next(nx, true);
-  r.yc = next(ny, true);
-  r.autoR = next(2 * nx - 1, false);
-  r.crossR = next(nx + ny - 1, false);
-  r.autoC = next(2 * nx - 1, true);
-  r.crossC = next(nx + ny - 1, true);
-  EXPECT_EQ(in.peek(), std::char_traits<char>::eof());
+  testing::TRefReader in("corr_ref_" + name + ".f64");
+  CorrRef r{nx,
+            ny,
+            in.Next(nx),
+            in.Next(ny),
+            in.Next(nx, true),
+            in.Next(ny, true),
+            in.Next(2 * nx - 1),
+            in.Next(nx + ny - 1),
+            in.Next(2 * nx - 1, true),
+            in.Next(nx + ny - 1, true)};
+  EXPECT_TRUE(in.Done());
   return r;
 }
 

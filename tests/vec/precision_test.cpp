@@ -10,18 +10,15 @@
 #include <string>
 #include <vector>
 
+#include "tests/common/reference.h"
+
 using namespace ondrix;
+using ondrix::testing::Vec;
 
 namespace {
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
-TVec Real(const std::vector<double>& v) {
-  TVec r(static_cast<int>(v.size()));
-  for (std::size_t i = 0; i < v.size(); ++i) r.Values(static_cast<int>(i)) = v[i];
-  return r;
-}
 
 std::vector<std::uint8_t> Bytes(const TVec& v, TPrecision p, TRounding r = rnRound) {
   std::vector<std::uint8_t> out(static_cast<std::size_t>(v.Length() * SizeOfPrecision(p, v.Complex())));
@@ -31,7 +28,7 @@ std::vector<std::uint8_t> Bytes(const TVec& v, TPrecision p, TRounding r = rnRou
 
 // Writes then reads back the real values of v at precision p.
 std::vector<double> Through(const std::vector<double>& v, TPrecision p, TRounding r = rnRound) {
-  const std::vector<std::uint8_t> bytes = Bytes(Real(v), p, r);
+  const std::vector<std::uint8_t> bytes = Bytes(Vec(v), p, r);
   TVec back;
   ReadValues(back, bytes.data(), static_cast<int>(v.size()), p, false);
   std::vector<double> out;
@@ -72,17 +69,17 @@ TEST(Precision, OrdinalsAndSizes) {
 
 TEST(Precision, LittleEndianByteLayout) {
   using B = std::vector<std::uint8_t>;
-  EXPECT_EQ(Bytes(Real({-2, 0x1234}), prSmallInt), (B{0xFE, 0xFF, 0x34, 0x12}));
-  EXPECT_EQ(Bytes(Real({0xFFFE}), prWord), (B{0xFE, 0xFF}));
-  EXPECT_EQ(Bytes(Real({-2, 0x12345678}), prInteger),
+  EXPECT_EQ(Bytes(Vec({-2, 0x1234}), prSmallInt), (B{0xFE, 0xFF, 0x34, 0x12}));
+  EXPECT_EQ(Bytes(Vec({0xFFFE}), prWord), (B{0xFE, 0xFF}));
+  EXPECT_EQ(Bytes(Vec({-2, 0x12345678}), prInteger),
             (B{0xFE, 0xFF, 0xFF, 0xFF, 0x78, 0x56, 0x34, 0x12}));
-  EXPECT_EQ(Bytes(Real({4294967294.0}), prCardinal), (B{0xFE, 0xFF, 0xFF, 0xFF}));
-  EXPECT_EQ(Bytes(Real({-2, 0x123456, -8388608, 8388607}), prInt24),
+  EXPECT_EQ(Bytes(Vec({4294967294.0}), prCardinal), (B{0xFE, 0xFF, 0xFF, 0xFF}));
+  EXPECT_EQ(Bytes(Vec({-2, 0x123456, -8388608, 8388607}), prInt24),
             (B{0xFE, 0xFF, 0xFF, 0x56, 0x34, 0x12, 0x00, 0x00, 0x80, 0xFF, 0xFF, 0x7F}));
-  EXPECT_EQ(Bytes(Real({-2, 200}), prShortInt), (B{0xFE, 0x7F}));
+  EXPECT_EQ(Bytes(Vec({-2, 200}), prShortInt), (B{0xFE, 0x7F}));
   // IEEE: 1.0 = 0x3FF0000000000000 (binary64), 0x3F800000 (binary32); -2.0f = 0xC0000000.
-  EXPECT_EQ(Bytes(Real({1.0}), prDouble), (B{0, 0, 0, 0, 0, 0, 0xF0, 0x3F}));
-  EXPECT_EQ(Bytes(Real({1.0, -2.0}), prSingle), (B{0, 0, 0x80, 0x3F, 0, 0, 0, 0xC0}));
+  EXPECT_EQ(Bytes(Vec({1.0}), prDouble), (B{0, 0, 0, 0, 0, 0, 0xF0, 0x3F}));
+  EXPECT_EQ(Bytes(Vec({1.0, -2.0}), prSingle), (B{0, 0, 0x80, 0x3F, 0, 0, 0, 0xC0}));
 
   // And the reverse direction decodes sign bits at each width.
   const B int24{0xFE, 0xFF, 0xFF, 0x56, 0x34, 0x12, 0x00, 0x00, 0x80};
@@ -178,9 +175,9 @@ TEST(Precision, SaturationAtEveryIntegerPrecision) {
   EXPECT_EQ(Through({-0.4, -0.6, 255.5, 255.4}, prByte), (std::vector<double>{0, 0, 255, 255}));
   EXPECT_EQ(Through({-0.6}, prWord, rnCeil), (std::vector<double>{0}));
   // Mu-law / A-law saturate their 16-bit linear input before encoding.
-  EXPECT_EQ(Bytes(Real({1e9, kInf, -1e9, -kInf, kNaN}), prMuLaw),
+  EXPECT_EQ(Bytes(Vec({1e9, kInf, -1e9, -kInf, kNaN}), prMuLaw),
             (std::vector<std::uint8_t>{0x80, 0x80, 0x00, 0x00, 0xFF}));
-  EXPECT_EQ(Bytes(Real({1e9, -1e9, kNaN}), prALaw), (std::vector<std::uint8_t>{0xAA, 0x2A, 0xD5}));
+  EXPECT_EQ(Bytes(Vec({1e9, -1e9, kNaN}), prALaw), (std::vector<std::uint8_t>{0xAA, 0x2A, 0xD5}));
 }
 
 TEST(Precision, RoundingModes) {
@@ -198,9 +195,9 @@ TEST(Precision, RoundingModes) {
             (std::vector<double>{-2147483648.0, 2147483647.0}));
   // The linear input of the companders is rounded the same way; 3 and 4 lie in different
   // mu-law steps (14-bit values 0 and 1), so 3.5 shows the rounding.
-  ASSERT_NE(Bytes(Real({3.0}), prMuLaw), Bytes(Real({4.0}), prMuLaw));
-  EXPECT_EQ(Bytes(Real({3.5}), prMuLaw), Bytes(Real({4.0}), prMuLaw));
-  EXPECT_EQ(Bytes(Real({3.5}), prMuLaw, rnFloor), Bytes(Real({3.0}), prMuLaw));
+  ASSERT_NE(Bytes(Vec({3.0}), prMuLaw), Bytes(Vec({4.0}), prMuLaw));
+  EXPECT_EQ(Bytes(Vec({3.5}), prMuLaw), Bytes(Vec({4.0}), prMuLaw));
+  EXPECT_EQ(Bytes(Vec({3.5}), prMuLaw, rnFloor), Bytes(Vec({3.0}), prMuLaw));
 }
 
 namespace {
@@ -303,7 +300,7 @@ TEST(Precision, StreamsMatchBuffersAcrossChunks) {
 
 TEST(Precision, ShortStreamReadRaises) {
   std::stringstream ss;
-  WriteValues(Real({1, 2, 3}), ss, prSmallInt);
+  WriteValues(Vec({1, 2, 3}), ss, prSmallInt);
   TVec v;
   EXPECT_THROW(ReadValues(v, ss, 4, prSmallInt, false), EVecError);
   std::stringstream odd(std::string("\x01\x02\x03", 3));

@@ -7,27 +7,19 @@
 #include "ondrix/vec/TMtx.h"
 #include "ondrix/vec/TVec.h"
 #include "ondrix/vec/TVecList.h"
+#include "tests/common/reference.h"
 
 using namespace ondrix;
+using ondrix::testing::Vec;
+using ondrix::testing::Values;
 
 namespace {
-
-TVec Real(std::initializer_list<double> v) {
-  TVec x(static_cast<int>(v.size()));
-  int i = 0;
-  for (double d : v) x.Values(i++) = d;
-  return x;
-}
 
 TVec Cplx(std::initializer_list<TCplx> v) {
   TVec x(static_cast<int>(v.size()), true);
   int i = 0;
   for (TCplx d : v) x.CValues(i++) = d;
   return x;
-}
-
-std::vector<double> Doubles(const TVec& v) {
-  return std::vector<double>(v.PValues(), v.PValues() + v.RealLength());
 }
 
 }  // namespace
@@ -41,15 +33,15 @@ TEST(TVecSize, LengthComplexAndReinterpretation) {
   ASSERT_EQ(v.Length(), 3);
   EXPECT_EQ(v.CValues(1), TCplx(3, 4));
   v.SetComplex(false);
-  EXPECT_EQ(Doubles(v), (std::vector<double>{1, 2, 3, 4, 5, 6}));
+  EXPECT_EQ(Values(v), (std::vector<double>{1, 2, 3, 4, 5, 6}));
 
   v.SetLength(8);  // growth keeps values and zeroes the new ones
-  EXPECT_EQ(Doubles(v), (std::vector<double>{1, 2, 3, 4, 5, 6, 0, 0}));
+  EXPECT_EQ(Values(v), (std::vector<double>{1, 2, 3, 4, 5, 6, 0, 0}));
   v.SetLength(2);
   v.SetLength(4);  // memory is kept, but regrown elements must read as zero again
-  EXPECT_EQ(Doubles(v), (std::vector<double>{1, 2, 0, 0}));
+  EXPECT_EQ(Values(v), (std::vector<double>{1, 2, 0, 0}));
   v.Resize(4, false);
-  EXPECT_EQ(Doubles(v), (std::vector<double>{0, 0, 0, 0}));
+  EXPECT_EQ(Values(v), (std::vector<double>{0, 0, 0, 0}));
   EXPECT_THROW(v.SetLength(-1), EVecError);
 }
 
@@ -95,14 +87,14 @@ TEST(TVecView, SubRangeBehavesAsAVectorOfThatRange) {
   v.Scale(2.0);      // 12 10 8 6
   v.Rotate(1);       // 6 12 10 8
   v.Add(1.0);        // 7 13 11 9
-  TVec b = Real({1, 1, 1, 1});
+  TVec b = Vec({1, 1, 1, 1});
   v.Sub(b);          // 6 12 10 8
   EXPECT_THROW(v.SetLength(5), EVecError);  // a narrowed vector cannot resize
   TVec copy;
   copy.Copy(v);      // copies the range only
-  EXPECT_EQ(Doubles(copy), (std::vector<double>{6, 12, 10, 8}));
+  EXPECT_EQ(Values(copy), (std::vector<double>{6, 12, 10, 8}));
   v.SetFullRange();
-  EXPECT_EQ(Doubles(v), (std::vector<double>{0, 1, 2, 6, 12, 10, 8, 7, 8, 9}));
+  EXPECT_EQ(Values(v), (std::vector<double>{0, 1, 2, 6, 12, 10, 8, 7, 8, 9}));
   EXPECT_THROW(v.SetSubRange(8, 3), EVecError);
 }
 
@@ -143,14 +135,14 @@ TEST(TVecArithmetic, RealAndComplexElementWise) {
   r.Sub(a, b);
   EXPECT_EQ(r.CValues(1), TCplx(1, -3));
   // b := a - b with the destination as right operand.
-  TVec x = Real({5, 7}), y = Real({1, 2});
+  TVec x = Vec({5, 7}), y = Vec({1, 2});
   y.Sub(x, y);
-  EXPECT_EQ(Doubles(y), (std::vector<double>{4, 5}));
+  EXPECT_EQ(Values(y), (std::vector<double>{4, 5}));
   y.Divide(x, y);
-  EXPECT_EQ(Doubles(y), (std::vector<double>{5.0 / 4, 7.0 / 5}));
+  EXPECT_EQ(Values(y), (std::vector<double>{5.0 / 4, 7.0 / 5}));
 
-  EXPECT_THROW(a.Add(Real({1, 2})), EVecError);  // complex flag differs
-  EXPECT_THROW(x.Add(Real({1, 2, 3})), EVecError);  // length differs
+  EXPECT_THROW(a.Add(Vec({1, 2})), EVecError);  // complex flag differs
+  EXPECT_THROW(x.Add(Vec({1, 2, 3})), EVecError);  // length differs
   EXPECT_THROW(x.Add(TCplx(0, 1)), EVecError);
 }
 
@@ -158,7 +150,7 @@ TEST(TVecComplex, PolarConversionsAndParts) {
   TVec z = Cplx({{3, 4}, {-1, 0}, {0, -2}});
   TVec amp, ph;
   z.CartToPolar(amp, ph);
-  EXPECT_EQ(Doubles(amp), (std::vector<double>{5, 1, 2}));
+  EXPECT_EQ(Values(amp), (std::vector<double>{5, 1, 2}));
   EXPECT_DOUBLE_EQ(ph.Values(1), M_PI);
   EXPECT_DOUBLE_EQ(ph.Values(2), -M_PI / 2);
   TVec back;
@@ -167,25 +159,25 @@ TEST(TVecComplex, PolarConversionsAndParts) {
 
   TVec p;
   p.PowerSpectrum(z);
-  EXPECT_EQ(Doubles(p), (std::vector<double>{25, 1, 4}));
+  EXPECT_EQ(Values(p), (std::vector<double>{25, 1, 4}));
   TVec inplace = z;
   inplace.Mag();
   EXPECT_FALSE(inplace.Complex());
-  EXPECT_EQ(Doubles(inplace), (std::vector<double>{5, 1, 2}));
+  EXPECT_EQ(Values(inplace), (std::vector<double>{5, 1, 2}));
   TVec re, im, joined;
   re.RealPart(z);
   im.ImagPart(z);
   joined.RealToCplx(re, im);
-  EXPECT_EQ(Doubles(joined), Doubles(z));
+  EXPECT_EQ(Values(joined), Values(z));
   z.Conj();
   EXPECT_EQ(z.CValues(0), TCplx(3, -4));
-  TVec ext = Real({1, 2});
+  TVec ext = Vec({1, 2});
   ext.ExtendToComplex(ext);
-  EXPECT_EQ(Doubles(ext), (std::vector<double>{1, 0, 2, 0}));
+  EXPECT_EQ(Values(ext), (std::vector<double>{1, 0, 2, 0}));
 }
 
 TEST(TVecFunctions, ElementWiseAgainstStdMath) {
-  TVec x = Real({0.5, 2.0, 8.0});
+  TVec x = Vec({0.5, 2.0, 8.0});
   TVec r;
   r.Cbrt(x);
   EXPECT_DOUBLE_EQ(r.Values(2), 2.0);
@@ -195,13 +187,13 @@ TEST(TVecFunctions, ElementWiseAgainstStdMath) {
   EXPECT_NEAR(r.Values(2), std::log10(8.0), 1e-16);
   r.Inv(x);
   EXPECT_DOUBLE_EQ(r.Values(0), 2.0);
-  TVec h = Real({-2.5, -1.5, 0.5, 2.5, -0.7});
+  TVec h = Vec({-2.5, -1.5, 0.5, 2.5, -0.7});
   r.Round(h);  // half away from zero
-  EXPECT_EQ(Doubles(r), (std::vector<double>{-3, -2, 1, 3, -1}));
+  EXPECT_EQ(Values(r), (std::vector<double>{-3, -2, 1, 3, -1}));
   r.Trunc(h);
-  EXPECT_EQ(Doubles(r), (std::vector<double>{-2, -1, 0, 2, -0.0}));
+  EXPECT_EQ(Values(r), (std::vector<double>{-2, -1, 0, 2, -0.0}));
   r.Copy(h).ThreshTop(1.0).ThreshBottom(-2.0);
-  EXPECT_EQ(Doubles(r), (std::vector<double>{-2, -1.5, 0.5, 1, -0.7}));
+  EXPECT_EQ(Values(r), (std::vector<double>{-2, -1.5, 0.5, 1, -0.7}));
   TVec z = Cplx({{3, 4}, {0.3, 0.4}});
   z.ThreshTop(2.5);  // limits the magnitude, keeps the phase
   EXPECT_NEAR(std::abs(z.CValues(0) - TCplx(1.5, 2.0)), 0, 1e-15);
@@ -214,31 +206,31 @@ TEST(TVecFunctions, ElementWiseAgainstStdMath) {
 }
 
 TEST(TVecReorder, RotateDownSampleScatter) {
-  TVec v = Real({0, 1, 2, 3, 4});
+  TVec v = Vec({0, 1, 2, 3, 4});
   v.Rotate(2);  // numpy.roll(x, 2)
-  EXPECT_EQ(Doubles(v), (std::vector<double>{3, 4, 0, 1, 2}));
+  EXPECT_EQ(Values(v), (std::vector<double>{3, 4, 0, 1, 2}));
   v.Rotate(-2);
   v.Rotate(-7);  // == -2
-  EXPECT_EQ(Doubles(v), (std::vector<double>{2, 3, 4, 0, 1}));
+  EXPECT_EQ(Values(v), (std::vector<double>{2, 3, 4, 0, 1}));
 
-  TVec stereo = Real({10, 20, 11, 21, 12, 22});
+  TVec stereo = Vec({10, 20, 11, 21, 12, 22});
   TVec ch;
   ch.DownSample(stereo, 2, 1);
-  EXPECT_EQ(Doubles(ch), (std::vector<double>{20, 21, 22}));
+  EXPECT_EQ(Values(ch), (std::vector<double>{20, 21, 22}));
   ch.DownSample(stereo, 4, 3);
-  EXPECT_EQ(Doubles(ch), (std::vector<double>{21}));
+  EXPECT_EQ(Values(ch), (std::vector<double>{21}));
   stereo.DownSample(stereo, 3, 0);  // in place
-  EXPECT_EQ(Doubles(stereo), (std::vector<double>{10, 21}));
+  EXPECT_EQ(Values(stereo), (std::vector<double>{10, 21}));
   EXPECT_THROW(ch.DownSample(stereo, 2, 2), EVecError);
 
   TVec mux(6);
-  mux.Scatter(Real({1, 2, 3}), 0, 2).Scatter(Real({-1, -2, -3}), 1, 2);
-  EXPECT_EQ(Doubles(mux), (std::vector<double>{1, -1, 2, -2, 3, -3}));
-  EXPECT_THROW(mux.Scatter(Real({1, 2, 3, 4}), 0, 2), EVecError);
+  mux.Scatter(Vec({1, 2, 3}), 0, 2).Scatter(Vec({-1, -2, -3}), 1, 2);
+  EXPECT_EQ(Values(mux), (std::vector<double>{1, -1, 2, -2, 3, -3}));
+  EXPECT_THROW(mux.Scatter(Vec({1, 2, 3, 4}), 0, 2), EVecError);
 }
 
 TEST(TVecStatistics, AgainstDirectFormulas) {
-  TVec v = Real({2, -4, 4, 4, 5, 5, 7, 9});
+  TVec v = Vec({2, -4, 4, 4, 5, 5, 7, 9});
   int i;
   EXPECT_EQ(v.Max(i), 9);
   EXPECT_EQ(i, 7);
@@ -265,11 +257,11 @@ TEST(TVecStatistics, AgainstDirectFormulas) {
 
 TEST(TVecFill, ReplaceRemoveDcAndRamp) {
   const double inf = std::numeric_limits<double>::infinity();
-  TVec v = Real({std::nan(""), inf, -inf, 1.00005, 2.0});
+  TVec v = Vec({std::nan(""), inf, -inf, 1.00005, 2.0});
   v.Replace(std::nan(""), 0.0);
   v.Replace(-inf, -1.0);
   v.Replace(1.0, 7.0, 0.0001);
-  EXPECT_EQ(Doubles(v), (std::vector<double>{0.0, inf, -1.0, 7.0, 2.0}));
+  EXPECT_EQ(Values(v), (std::vector<double>{0.0, inf, -1.0, 7.0, 2.0}));
   v.ReplaceNonFinite(3.0);
   EXPECT_EQ(v.Values(1), 3.0);
   v.RemoveDC();
@@ -283,18 +275,18 @@ TEST(TVecRandom, SeededRepeatsAndStatistics) {
   TVec a(20000), b(20000);
   a.RandGauss(999, 1.5, 2.0);
   b.RandGauss(999, 1.5, 2.0);
-  EXPECT_EQ(Doubles(a), Doubles(b));
+  EXPECT_EQ(Values(a), Values(b));
   // Moments of 20000 samples: 5 standard errors.
   EXPECT_NEAR(a.Mean(), 1.5, 5 * 2.0 / std::sqrt(20000.0));
   EXPECT_NEAR(a.StdDev(), 2.0, 5 * 2.0 / std::sqrt(2 * 20000.0));
 
   TVec first = a;
   a.RandGauss(1.5, 2.0);  // continues the stream: a new block
-  EXPECT_NE(Doubles(a), Doubles(first));
+  EXPECT_NE(Values(a), Values(first));
   a.RandGauss();  // repeats the last seeded call
-  EXPECT_EQ(Doubles(a), Doubles(first));
+  EXPECT_EQ(Values(a), Values(first));
   a.RandGauss();
-  EXPECT_EQ(Doubles(a), Doubles(first));
+  EXPECT_EQ(Values(a), Values(first));
 
   TVec u(20000);
   u.RandUniform(7, -1.0, 3.0);
@@ -305,14 +297,14 @@ TEST(TVecRandom, SeededRepeatsAndStatistics) {
   EXPECT_NEAR(u.Mean(), 1.0, 5 * 4.0 / std::sqrt(12.0 * 20000));
   TVec uFirst = u;
   u.RandUniform();
-  EXPECT_EQ(Doubles(u), Doubles(uFirst));
+  EXPECT_EQ(Values(u), Values(uFirst));
 
   // Two never-seeded vectors must not produce the same noise (summed noise lines would
   // otherwise be fully correlated).
   TVec n1(64), n2(64);
   n1.RandGauss(0.0, 1.0);
   n2.RandGauss(0.0, 1.0);
-  EXPECT_NE(Doubles(n1), Doubles(n2));
+  EXPECT_NE(Values(n1), Values(n2));
   TVec zc(1000, true);
   zc.RandGauss(3, 0.0, 1.0);
   TVec re, im;
