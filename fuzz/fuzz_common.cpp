@@ -128,6 +128,48 @@ void CheckSameRecords(const std::vector<TRecordRead>& Want, const std::vector<TR
   }
 }
 
+void Fill(TMemoryStream& M, const std::uint8_t* Data, std::size_t Size) {
+  M.Clear();
+  if (Size > 0) M.WriteBuffer(Data, static_cast<std::int64_t>(Size));
+  M.SetPosition(0);
+}
+
+namespace {
+
+// The first difference of two writings, with what each holds around it (Show renders a span).
+template <class T, class Show>
+void CheckSameSpans(const T& First, const T& Second, const std::string& What, Show show) {
+  if (First == Second) return;
+  const std::size_t at =
+      static_cast<std::size_t>(std::mismatch(First.begin(), First.end(), Second.begin(), Second.end()).first -
+                               First.begin());
+  auto around = [&](const T& s) {
+    const std::size_t from = at < 24 ? 0 : at - 24;
+    return show(T(s.begin() + static_cast<std::ptrdiff_t>(std::min(from, s.size())),
+                  s.begin() + static_cast<std::ptrdiff_t>(std::min(from + 48, s.size()))));
+  };
+  Fail(__FILE__, __LINE__, "First == Second",
+       What + ": " + std::to_string(First.size()) + " and " + std::to_string(Second.size()) +
+           " bytes, first difference at " + std::to_string(at) + "\n  first:  " + around(First) +
+           "\n  second: " + around(Second));
+}
+
+}  // namespace
+
+void CheckSame(const std::string& First, const std::string& Second, const std::string& What) {
+  CheckSameSpans(First, Second, What, [](const std::string& s) { return s; });
+}
+
+void CheckSame(const std::vector<std::uint8_t>& First, const std::vector<std::uint8_t>& Second,
+               const std::string& What) {
+  CheckSameSpans(First, Second, What, [](const std::vector<std::uint8_t>& s) {
+    std::string hex;
+    char b[4];
+    for (std::uint8_t c : s) std::snprintf(b, sizeof b, "%02x ", c), hex += b;
+    return hex;
+  });
+}
+
 void MakeCorpusIfAsked(int* argc, char*** argv, void (*Write)(const std::filesystem::path& Dir)) {
   const std::string flag = "-make_corpus=";
   for (int i = 1; i < *argc; ++i) {

@@ -1,5 +1,6 @@
 // Shared scaffolding of the fuzz targets: a scratch folder per process, the errors a malformed
-// input may give, checks that end the run as a finding, and whole-record reading and writing.
+// input may give, checks that end the run as a finding, whole-record reading and writing, and
+// the byte comparisons of the stream round trips.
 #pragma once
 
 #include <cstddef>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "ondrix/FileSignal/FileSignal.h"
+#include "ondrix/framework/TStream.h"
 #include "ondrix/framework/errors.h"
 #include "ondrix/vec/exceptions.h"
 
@@ -84,6 +86,23 @@ void WriteSeed(const std::filesystem::path& Dir, const std::string& Name, const 
 
 /// The whole content of a file.
 std::vector<std::uint8_t> ReadBytes(const std::string& FileName);
+
+/// Makes M hold Size bytes of Data, positioned at its start.
+void Fill(TMemoryStream& M, const std::uint8_t* Data, std::size_t Size);
+
+/// What Save writes to an empty memory stream.
+template <class F>
+std::vector<std::uint8_t> Saved(F&& Save) {
+  TMemoryStream m;
+  Save(m);
+  return {m.Memory(), m.Memory() + m.Size()};
+}
+
+/// Two writings of what should be the same object must be the same: a difference is a
+/// finding, reported at its first byte.
+void CheckSame(const std::string& First, const std::string& Second, const std::string& What);
+void CheckSame(const std::vector<std::uint8_t>& First, const std::vector<std::uint8_t>& Second,
+               const std::string& What);
 
 /// A signal that holds one block: the input of a writer.
 class TBlockSignal : public TSignal {

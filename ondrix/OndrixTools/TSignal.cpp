@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <string>
 
 #include "ondrix/framework/ClassBuilder.h"
 #include "ondrix/framework/TStringList.h"
@@ -10,6 +12,13 @@
 namespace ondrix {
 
 int SignalTextColumnWidth = 25;
+
+void CheckLoadedLength(const TComponent& Owner, const TVec& v, int n, const char* Who) {
+  if (!Owner.ComponentState().Contains(csLoading) || n < 0 || n > kMaxVecLength) return;
+  if (static_cast<std::int64_t>(n) * (v.Complex() ? 2 : 1) > kMaxLoadedValues)
+    ERaise(std::string(Who) + ": length " + std::to_string(n) + " out of range (a settings file may ask for at most " +
+           std::to_string(kMaxLoadedValues) + " values)");
+}
 
 TFloatArray ToFloatArray(const TVec& v) {
   TFloatArray a;
@@ -48,6 +57,11 @@ TSignal::TSignal(TComponent* AOwner) : TAnalysis(AOwner) {
 TSignal::~TSignal() {
   BeginDestroy();
   data_.OnSetSize = nullptr;
+}
+
+void TSignal::SetLength(int n) {
+  CheckLoadedLength(*this, data_, n, "TSignal");
+  data_.SetLength(n);
 }
 
 TFloatArray TSignal::DataArray() const { return ToFloatArray(data_); }

@@ -15,6 +15,15 @@ class TStringList;
 /// Column width of the text output of signals and spectra (ValuesToStrings, MarksToStrings).
 extern int SignalTextColumnWidth;
 
+/// The most values (doubles) a signal's or a spectrum's vector may be sized to while its
+/// component loads from a settings file: 2^24, 128 MiB. A settings file is a short text, and
+/// without a bound a few of its bytes could ask for gigabytes of zeros.
+inline constexpr int kMaxLoadedValues = 1 << 24;
+/// Raises EVecError "<Who>: length <n> out of range (a settings file may ask for at most
+/// 16777216 values)" when Owner is loading and sizing v to n elements would exceed
+/// kMaxLoadedValues. Lengths that no vector holds are left to the vector's own error.
+void CheckLoadedLength(const TComponent& Owner, const TVec& v, int n, const char* Who);
+
 /// A block of samples, channels interleaved (sample k of channel c is element
 /// k·ChannelCount + c), with its scale: times in seconds, frequencies in Hz.
 ///
@@ -41,7 +50,8 @@ public:
 
   /// Element count of Data over all channels (cached).
   int Length() const noexcept { return length_; }
-  void SetLength(int n) { data_.SetLength(n); }
+  /// Resizes Data (see CheckLoadedLength for the bound while loading).
+  void SetLength(int n);
   bool Complex() const noexcept { return complex_; }
   /// Sets Data's complex flag (reinterpreting its storage, see TVec::SetComplex).
   void SetComplex(bool v) { data_.SetComplex(v); }

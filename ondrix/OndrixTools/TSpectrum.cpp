@@ -19,6 +19,9 @@ const TClassInfo& TSpectrum::StaticClassInfo() {
           .Stored(&TSpectrum::AmpltStored)
           .Prop("BandWidth", &TSpectrum::BandWidth)
           .Prop("Length", &TSpectrum::Length, &TSpectrum::SetLength, 64)
+          // Stored arrays carry the length; a Length read after them would resize Phase to
+          // Amplt's length, so an empty or shorter Phase would not load back as saved.
+          .Stored([](const TSpectrum& s) { return !s.AmpltStored(); })
           .Prop("MainlobeWidth", &TSpectrum::MainlobeWidth, &TSpectrum::SetMainlobeWidth, 8)
           .Enum("PhaseMode", &TSpectrum::PhaseMode, &TSpectrum::SetPhaseMode,
                 {"pmIgnore", "pm360", "pmPhaseDelay", "pmGroupDelay"}, pm360)
@@ -66,6 +69,8 @@ void TSpectrum::SetPhaseValues(int i, double v) {
 // --- Scale ---------------------------------------------------------------------------------
 
 void TSpectrum::SetLength(int n) {
+  CheckLoadedLength(*this, amplt_, n, "TSpectrum");
+  CheckLoadedLength(*this, phase_, n, "TSpectrum");
   amplt_.SetLength(n);
   phase_.SetLength(n);
 }

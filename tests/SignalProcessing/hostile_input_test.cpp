@@ -15,7 +15,9 @@
 #include <limits>
 #include <new>
 
+#include "ondrix/OndrixTools/OndrixTools.h"
 #include "ondrix/SignalProcessing/SignalProcessing.h"
+#include "ondrix/framework/Registry.h"
 #include "ondrix/framework/Settings.h"
 #include "ondrix/framework/errors.h"
 
@@ -161,13 +163,18 @@ const THostile kHostile[] = {
 
 class HostileInput : public ::testing::TestWithParam<THostile> {};
 
+std::string HostileFile(const std::string& Name) {
+  std::ifstream file(ONDRIX_TEST_DATA_DIR "/hostile/" + Name, std::ios::binary);
+  EXPECT_TRUE(file) << Name;
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
 }  // namespace
 
 TEST_P(HostileInput, RaisesAFixedMessageQuicklyAndSmall) {
   const THostile& h = GetParam();
-  std::ifstream file(std::string(ONDRIX_TEST_DATA_DIR "/hostile/") + h.File, std::ios::binary);
-  ASSERT_TRUE(file) << h.File;
-  const std::string bytes((std::istreambuf_iterator<char>(file)), {});
+  const std::string bytes = HostileFile(h.File);
+  ASSERT_FALSE(bytes.empty()) << h.File;
   TMemoryStream in;
   in.WriteBuffer(bytes.data(), static_cast<std::int64_t>(bytes.size()));
   in.SetPosition(0);
@@ -225,4 +232,16 @@ TEST(HostileInput, DeeplyNestedComponentsAreRefusedAtAFixedDepth) {
   const TOutcome o = Measure([&] { (void)LoadComponentFromJson(text); }, [] { return 0; });
   EXPECT_TRUE(o.Message.ends_with("components nested deeper than 64 levels")) << o.Message.substr(0, 200);
   EXPECT_LT(o.Seconds, 20 * kSeconds);
+}
+
+// Settings that loaded into a state their own saving did not reproduce: what loads is saved,
+// and that text must load back and save the same.
+TEST(HostileInput, SettingsThatLoadSaveATextThatLoadsBackTheSame) {
+  RegisterClass(TComponent::StaticClassInfo());
+  RegisterOndrixToolsClasses();
+  RegisterSignalProcessingClasses();
+  for (const char* file : {"settings-spectrum-amplt-only.json"}) {
+    const std::string first = SaveComponentToJson(*LoadComponentFromJson(HostileFile(file)));
+    EXPECT_EQ(SaveComponentToJson(*LoadComponentFromJson(first)), first) << file;
+  }
 }
