@@ -3,14 +3,22 @@
 # Usage: packaging_test.sh static|shared|deb SOURCE_DIR BUILD_DIR SCRATCH_DIR
 #   static  install BUILD_DIR (static libraries) into a staging prefix; build the consumer
 #           example with CMake (whole library, then two components) and with pkg-config.
-#   shared  build the libraries alone as shared libraries, install them, build the consumer
-#           with CMake and pkg-config, and check it runs on the shared libraries.
+#   shared  install BUILD_DIR when it holds shared libraries, otherwise build the libraries
+#           alone as shared libraries and install those; build the consumer with CMake and
+#           pkg-config, and check it runs on the shared libraries. An instrumented build
+#           (ONDRIX_SANITIZE) gets an instrumented consumer, the only kind it links into.
 #   deb     cpack -G DEB in BUILD_DIR, unpack the package and check what it holds.
 set -euo pipefail
 mode=$1 src=$2 build=$3 scratch=$4
 mkdir -p "$scratch"
 cxx=$(sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "$build/CMakeCache.txt")
 generator=$(sed -n 's/^CMAKE_GENERATOR:INTERNAL=//p' "$build/CMakeCache.txt")
+
+cache() { sed -n "s/^$1:[A-Z]*=//p" "$build/CMakeCache.txt"; }
+sanitize=()
+if [ "$(cache ONDRIX_SANITIZE)" = ON ]; then
+  sanitize=(-fsanitize=address,undefined -fno-omit-frame-pointer)
+fi
 
 fail() { echo "packaging_test: $*" >&2; exit 1; }
 
@@ -33,7 +41,8 @@ consumer_cmake() {
   shift 2
   rm -rf "$scratch/$name"
   cmake -S "$src/examples/consumer" -B "$scratch/$name" -G "$generator" -DCMAKE_CXX_COMPILER="$cxx" \
-    -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release "$@" >"$scratch/$name.log" ||
+    -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS="${sanitize[*]}" \
+    -DCMAKE_EXE_LINKER_FLAGS="${sanitize[*]}" "$@" >"$scratch/$name.log" ||
     { cat "$scratch/$name.log"; fail "configuring the consumer ($name) failed"; }
   cmake --build "$scratch/$name" >>"$scratch/$name.log" ||
     { cat "$scratch/$name.log"; fail "building the consumer ($name) failed"; }
@@ -44,7 +53,7 @@ consumer_cmake() {
 consumer_pkgconfig() {
   local prefix=$1 name=$2 flags
   flags=$(PKG_CONFIG_PATH="$prefix/lib/pkgconfig" pkg-config --cflags --libs ondrix) || fail "pkg-config ondrix failed"
-  "$cxx" -O1 "$src/examples/consumer/tone_peak.cpp" $flags -o "$scratch/$name" || fail "the pkg-config build failed"
+  "$cxx" -O1 "${sanitize[@]}" "$src/examples/consumer/tone_peak.cpp" $flags -o "$scratch/$name" || fail "the pkg-config build failed"
   LD_LIBRARY_PATH="$prefix/lib" check_output "$scratch/$name"
 }
 
@@ -58,13 +67,16 @@ static)
   consumer_pkgconfig "$prefix" tone_peak_pc
   ;;
 shared)
-  # Only the libraries: no tests, benchmarks, tool, examples or Python module; unoptimised,
-  # since only linking and loading are under test.
-  libs=$scratch/build
-  cmake -S "$src" -B "$libs" -G "$generator" -DCMAKE_CXX_COMPILER="$cxx" -DBUILD_SHARED_LIBS=ON \
-    -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DONDRIX_BUILD_TESTS=OFF -DONDRIX_BUILD_BENCH=OFF \
-    -DONDRIX_BUILD_TOOL=OFF -DONDRIX_BUILD_EXAMPLES=OFF -DONDRIX_BUILD_PYTHON=OFF -DONDRIX_INSTALL=ON >/dev/null
-  cmake --build "$libs" -j2 >"$scratch/build.log" || { tail -50 "$scratch/build.log"; fail "the shared build failed"; }
+  libs=$build
+  if [ "$(cache BUILD_SHARED_LIBS)" != ON ]; then
+    # Only the libraries: no tests, benchmarks, tool, examples or Python module; unoptimised,
+    # since only linking and loading are under test.
+    libs=$scratch/build
+    cmake -S "$src" -B "$libs" -G "$generator" -DCMAKE_CXX_COMPILER="$cxx" -DBUILD_SHARED_LIBS=ON \
+      -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DONDRIX_BUILD_TESTS=OFF -DONDRIX_BUILD_BENCH=OFF \
+      -DONDRIX_BUILD_TOOL=OFF -DONDRIX_BUILD_EXAMPLES=OFF -DONDRIX_BUILD_PYTHON=OFF -DONDRIX_INSTALL=ON >/dev/null
+    cmake --build "$libs" -j2 >"$scratch/build.log" || { tail -50 "$scratch/build.log"; fail "the shared build failed"; }
+  fi
   prefix=$scratch/prefix
   rm -rf "$prefix"
   cmake --install "$libs" --prefix "$prefix" >/dev/null
