@@ -68,13 +68,9 @@ void RunListRoundTrips(const std::uint8_t* Data, std::size_t Size, const L& Pref
       return;
     }
   }
-  // A damaged stream may hold ordinals that have no name: writing their JSON may fail.
   TJson written;
-  if (Clean([&] { list.SaveToJson(written); })) {
-    CheckJsonRoundTrip<L>(written, What);
-  } else {
-    FUZZ_CHECK(!json, What + ": a list loaded from JSON cannot be written as JSON");
-  }
+  FUZZ_CHECK(Clean([&] { list.SaveToJson(written); }), What + ": a list that loaded cannot be written as JSON");
+  CheckJsonRoundTrip<L>(written, What);
 }
 
 }  // namespace ondrix::fuzz

@@ -1,7 +1,8 @@
 // JSON settings files with every class of the library registered: a whole component tree
 // (LoadComponentFromJson), or the settings of one component (LoadSettingsFromJson). What loads
 // is saved, and the text saved must load into a new tree or component that saves the same
-// text. Nothing is pulled: loading alone must not open files or devices.
+// text (but for trees of large blocks, see kMaxRoundTripValues). Nothing is pulled: loading
+// alone must not open files or devices.
 //
 // Input: one option byte, then the JSON text. Bit 0 picks the tree (0) or one component's
 // settings (1); bit 1 puts the tree into a host that owns two more components, so that "^"

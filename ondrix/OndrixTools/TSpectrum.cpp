@@ -27,9 +27,15 @@ const TClassInfo& TSpectrum::StaticClassInfo() {
                 {"pmIgnore", "pm360", "pmPhaseDelay", "pmGroupDelay"}, pm360)
           .Enum("PhaseUnits", &TSpectrum::PhaseUnits, &TSpectrum::SetPhaseUnits, {"puRad", "puDeg"}, puDeg)
           .Prop("SamplingFrequency", &TSpectrum::SamplingFrequency, &TSpectrum::SetSamplingFrequency)
+          // The scale is stored once, as SamplingFrequency (as TSignal does): the others follow
+          // from it, and read after it they would override it, Dt as 1/Dt, which need not be
+          // the frequency saved (1/(1/49) is 49.00000000000001).
           .Prop("SamplingTime", &TSpectrum::SamplingTime, &TSpectrum::SetSamplingTime)
+          .Stored(false)
           .Prop("HzRes", &TSpectrum::HzRes, &TSpectrum::SetHzRes)
+          .Stored(false)
           .Prop("Dt", &TSpectrum::Dt, &TSpectrum::SetDt)
+          .Stored(false)
           .Prop("Harmonics", &TSpectrum::Harmonics, &TSpectrum::SetHarmonics, 10)
           .Prop("Complex", &TSpectrum::Complex, &TSpectrum::SetComplex, false)
           .Prop("ZeroPadding", &TSpectrum::ZeroPadding, &TSpectrum::SetZeroPadding, 1)

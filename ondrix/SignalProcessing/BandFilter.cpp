@@ -196,7 +196,8 @@ void TFilterList::DefineProperties(TFiler& Filer) {
         bands.LoadFromJson(j);
         if (apply) bands_->Assign(bands);
       },
-      [this](TFiler::TJson& j) { bands_->SaveToJson(j); }, true, bands_->Count() == 0);
+      // Left out when empty only with no snapshot selected: loading the selection refills it.
+      [this](TFiler::TJson& j) { bands_->SaveToJson(j); }, true, bands_->Count() == 0 && TemplateIndex() < 0);
   // Files written before the bands were JSON hold the list's stream image.
   Filer.DefineBinaryProperty("Bands", [this](TStream& s) { bands_->LoadFromStream(s); }, nullptr, false);
 }

@@ -138,6 +138,14 @@ void TFuncSignalList::LoadFromStream(TStream& Stream) {
   const std::int64_t count = CheckCount(Stream, header.Counter, sizeof header, "TFuncSignalList: line count");
   std::vector<TFuncSignalRecordDouble> images(static_cast<std::size_t>(count));
   Stream.ReadBuffer(images.data(), count * static_cast<std::int64_t>(sizeof header));
+  // A line the generator cannot evaluate, nor a settings file name, is refused here.
+  for (const auto& image : images) {
+    if (image.OpType > optOperator) throw EReadError("TFuncSignalList: line kind out of range");
+    if (image.OpType == optFunction && image.FuncType > funNone)
+      throw EReadError("TFuncSignalList: function out of range");
+    if (image.OpType == optOperator && image.OperType > opNone)
+      throw EReadError("TFuncSignalList: operator out of range");
+  }
   TFuncSignalRecord line;
   for (const auto& image : images) {
     line.Assign(image);

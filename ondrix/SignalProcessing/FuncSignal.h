@@ -182,7 +182,9 @@ public:
 
   void SaveToStream(TStream& Stream) const override;
   /// Clears the list and reads lines written by SaveToStream; a negative count or one the
-  /// stream cannot hold raises EReadError "TFuncSignalList: line count out of range".
+  /// stream cannot hold raises EReadError "TFuncSignalList: line count out of range", and a
+  /// line whose kind, function or operator ordinal has no name "TFuncSignalList: line kind
+  /// out of range" ("function", "operator").
   void LoadFromStream(TStream& Stream) override;
 
   /// The lines as settings files keep them, an array of one object per line:
@@ -190,8 +192,8 @@ public:
   /// display names (FuncToString, OpToString) or "none"; params leave out trailing zeros;
   /// "active", "complex" (functions) and "continuous" (functions) appear only when they
   /// differ from FunctionLine's and OperatorLine's defaults. Resync, Counter and Computed are
-  /// working state and are not written. An ordinal with no name (from a damaged stream)
-  /// raises EWriteError.
+  /// working state and are not written. An ordinal with no name (set in code; streams refuse
+  /// them) raises EWriteError.
   void SaveToJson(TFiler::TJson& Value) const;
   /// Replaces the lines by those of Value (the SaveToJson form). Names are matched ignoring
   /// case and spaces; "add", "sub", "mul" and "div" name the arithmetic operators too.

@@ -52,7 +52,8 @@ void TSignalSounds::DefineProperties(TFiler& Filer) {
         lines.LoadFromJson(j);
         if (apply) lines_->Assign(lines);
       },
-      [this](TFiler::TJson& j) { lines_->SaveToJson(j); }, true, lines_->Count() == 0);
+      // Left out when empty only with no snapshot selected: loading the selection refills it.
+      [this](TFiler::TJson& j) { lines_->SaveToJson(j); }, true, lines_->Count() == 0 && TemplateIndex() < 0);
   // Files written before the lines were JSON hold the list's stream image.
   Filer.DefineBinaryProperty("Template", [this](TStream& s) { lines_->LoadFromStream(s); }, nullptr, false);
 }

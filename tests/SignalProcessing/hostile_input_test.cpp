@@ -1,6 +1,6 @@
 // Hostile inputs (tests/data/hostile, described in its README): each loader refuses them with
 // a fixed message, quickly, without an allocation sized by the bad field, and leaves what it
-// was loading into as it was or empty.
+// was loading into as it was or empty. Settings that load save a text that loads back the same.
 #include <gtest/gtest.h>
 #include <malloc.h>
 
@@ -118,6 +118,12 @@ TOutcome MarksThenSort(TMemoryStream& In, const std::string&) {
   return Measure([&] { l.LoadFromStream(In), l.Sort(); }, [&] { return l.Count(); });
 }
 
+TOutcome Lines(TMemoryStream& In, const std::string&) {
+  TFuncSignalList l;
+  for (double f : {440.0, 880.0}) l.Add(FunctionLine(funSine, {f}));
+  return Measure([&] { l.LoadFromStream(In); }, [&] { return l.Count(); });
+}
+
 TOutcome Bands(TMemoryStream& In, const std::string&) {
   TBandFilterList l;
   for (double f : {0.0, 0.2}) l.Add(f, f + 0.1, 1.0, 1.0);
@@ -125,6 +131,7 @@ TOutcome Bands(TMemoryStream& In, const std::string&) {
 }
 
 TOutcome SettingsFile(TMemoryStream&, const std::string& Text) {
+  RegisterOndrixToolsClasses();
   RegisterSignalProcessingClasses();
   TComponent owner(nullptr);
   for (const char* name : {"Kept", "KeptToo"}) (new TComponent(&owner))->SetName(name);
@@ -148,6 +155,8 @@ const THostile kHostile[] = {
     {"filter-templates-entry-2g.bin", FilterTemplates, "TStringStreamList: entry size out of range", 2},
     {"marks-count-64m.bin", MarksThenSort, "TMarkList: mark count out of range", 0},
     {"marks-85-bytes.bin", MarksThenSort, "TMarkList: mark count out of range", 0},
+    {"lines-kind-60.bin", Lines, "TFuncSignalList: line kind out of range", 0},
+    {"lines-operator-99.bin", Lines, "TFuncSignalList: operator out of range", 0},
     {"band-list-huge-float.bin", Bands, "TBandFilterList: band count out of range", 0},
     {"band-list-1e300.bin", Bands, "TBandFilterList: band count out of range", 0},
     {"settings-bands-1e300.json", SettingsFile,
@@ -159,6 +168,16 @@ const THostile kHostile[] = {
      "Invalid settings at Root/Gen1.Sounds.Templates.Data: TStringStreamList: names length out of range", 2},
     {"settings-length-2g.json", SettingsFile,
      "Invalid settings at Gen.Length: TVec: length 2000000000 out of range (at most 268435456)", 2},
+    {"settings-lines-function-200.json", SettingsFile,
+     "Invalid settings at Gen.Sounds.Template: TFuncSignalList: function out of range", 2},
+    {"settings-length-173m.json", SettingsFile,
+     "Invalid settings at Gen.Length: TSignal: length 173575202 out of range (a settings file may ask for at most "
+     "16777216 values)",
+     2},
+    {"settings-spectrum-length-9m-complex.json", SettingsFile,
+     "Invalid settings at Spec.Length: TSpectrum: length 9000000 out of range (a settings file may ask for at most "
+     "16777216 values)",
+     2},
 };
 
 class HostileInput : public ::testing::TestWithParam<THostile> {};
@@ -240,7 +259,9 @@ TEST(HostileInput, SettingsThatLoadSaveATextThatLoadsBackTheSame) {
   RegisterClass(TComponent::StaticClassInfo());
   RegisterOndrixToolsClasses();
   RegisterSignalProcessingClasses();
-  for (const char* file : {"settings-spectrum-amplt-only.json"}) {
+  for (const char* file : {"settings-spectrum-amplt-only.json", "settings-spectrum-fs-49.json",
+                           "settings-spectrum-dt-0.json", "settings-sounds-selected-empty.json",
+                           "settings-filter-selected-empty.json"}) {
     const std::string first = SaveComponentToJson(*LoadComponentFromJson(HostileFile(file)));
     EXPECT_EQ(SaveComponentToJson(*LoadComponentFromJson(first)), first) << file;
   }
