@@ -16,25 +16,11 @@ ana_welch.f64   params [fs, nperseg, frames], x (real, frames * nperseg samples:
                 welch with the hann window (return_onesided=False, frequencies in FFT order).
 """
 
-import os
-
 import numpy as np
 import scipy.signal as ss
 
-OUT_DIR = os.path.join(os.path.dirname(os.path.abspath(__file__)), "data")
+from gen_records import write_records
 
-
-def f64(a):
-    a = np.asarray(a)
-    if np.iscomplexobj(a):
-        return a.astype("<c16").view("<f8")
-    return a.astype("<f8").ravel()
-
-
-def write_records(name, records):
-    records = [f64(r) for r in records]
-    head = np.array([len(records)] + [len(r) for r in records], dtype="<f8")
-    np.concatenate([head] + records).tofile(os.path.join(OUT_DIR, name))
 
 
 def gen_welch(rng):

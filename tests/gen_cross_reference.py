@@ -26,25 +26,11 @@ bisp_plane.f64   [fs, L, frames], x (frames·L samples: tones at f1, f2, f1 + f2
                  cbrt|mean B|, each (L/2 + 1)² values.
 """
 
-import os
-
 import numpy as np
 import scipy.signal as ss
 
-OUT_DIR = os.path.join(os.path.dirname(os.path.abspath(__file__)), "data")
+from gen_records import write_records
 
-
-def f64(a):
-    a = np.asarray(a)
-    if np.iscomplexobj(a):
-        return a.astype("<c16").view("<f8").ravel()
-    return a.astype("<f8").ravel()
-
-
-def write_records(name, records):
-    records = [f64(r) for r in records]
-    head = np.array([len(records)] + [len(r) for r in records], dtype="<f8")
-    np.concatenate([head] + records).tofile(os.path.join(OUT_DIR, name))
 
 
 def gen_scipy(rng):

@@ -29,22 +29,14 @@ import os
 import numpy as np
 import scipy.fft
 
+from gen_records import OUT_DIR, f64
+
 FFT_LENGTHS = (1, 2, 3, 7, 64, 1000, 4096, 4099)
 CORR_CASES = {"small": (40, 29), "medium": (600, 450)}
 
-OUT_DIR = os.path.join(os.path.dirname(os.path.abspath(__file__)), "data")
-
-
-def as_f64(a):
-    a = np.asarray(a)
-    if np.iscomplexobj(a):
-        return a.astype("<c16").view("<f8")
-    return a.astype("<f8")
-
 
 def write(name, arrays):
-    path = os.path.join(OUT_DIR, name)
-    np.concatenate([as_f64(a) for a in arrays]).tofile(path)
+    np.concatenate([f64(a) for a in arrays]).tofile(os.path.join(OUT_DIR, name))
 
 
 def gen_fft():

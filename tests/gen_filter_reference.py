@@ -16,20 +16,13 @@ import os
 import numpy as np
 from scipy import signal
 
-OUT_DIR = os.path.join(os.path.dirname(os.path.abspath(__file__)), "data")
+from gen_records import OUT_DIR, cplx, write_records
+
 RNG = np.random.default_rng(20240517)
 
 
 def write(name, records):
-    recs = [np.asarray(r, dtype=np.float64).ravel() for r in records]
-    head = [float(len(recs))] + [float(len(r)) for r in recs]
-    data = np.concatenate([np.array(head)] + recs) if recs else np.array(head)
-    data.astype("<f8").tofile(os.path.join(OUT_DIR, "filt_" + name + ".f64"))
-
-
-def cplx(a):
-    a = np.asarray(a, dtype=complex)
-    return np.column_stack([a.real, a.imag]).ravel()
+    write_records("filt_" + name + ".f64", records)
 
 
 # --- IIR designs ------------------------------------------------------------------------------

@@ -14,20 +14,14 @@ import os
 import numpy as np
 from scipy import signal
 
-OUT_DIR = os.path.join(os.path.dirname(os.path.abspath(__file__)), "data")
+from gen_records import OUT_DIR, cplx, write_records
+
 RNG = np.random.default_rng(20240612)
 ZERO_TAP = 2.220446049250313e-14
 
 
 def write(name, records):
-    recs = [np.asarray(r, dtype=np.float64).ravel() for r in records]
-    head = [float(len(recs))] + [float(len(r)) for r in recs]
-    np.concatenate([np.array(head)] + recs).astype("<f8").tofile(os.path.join(OUT_DIR, "mr_" + name + ".f64"))
-
-
-def cplx(a):
-    a = np.asarray(a, dtype=complex)
-    return np.column_stack([a.real, a.imag]).ravel()
+    write_records("mr_" + name + ".f64", records)
 
 
 def deviation(h, lo, hi, want):

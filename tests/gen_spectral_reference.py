@@ -35,20 +35,8 @@ import numpy as np
 import scipy.linalg
 import scipy.signal as ss
 
-OUT_DIR = os.path.join(os.path.dirname(os.path.abspath(__file__)), "data")
+from gen_records import OUT_DIR, write_records
 
-
-def f64(a):
-    a = np.asarray(a)
-    if np.iscomplexobj(a):
-        return a.astype("<c16").view("<f8")
-    return a.astype("<f8").ravel()
-
-
-def write_records(name, records):
-    records = [f64(r) for r in records]
-    head = np.array([len(records)] + [len(r) for r in records], dtype="<f8")
-    np.concatenate([head] + records).tofile(os.path.join(OUT_DIR, name))
 
 
 def ar_signal(rng, n, complex_=False):

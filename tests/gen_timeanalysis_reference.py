@@ -4,22 +4,13 @@ format of gen_analyzer_reference.py (count, lengths, records; complex values int
 Run from the repository root: /usr/bin/python3 tests/gen_timeanalysis_reference.py
 Each file's records are listed where it is written."""
 
-import os
-
 import numpy as np
 import scipy.fft as sf
 import scipy.integrate as si
 import scipy.ndimage as ndimage
 import scipy.signal as ss
 
-OUT_DIR = os.path.join(os.path.dirname(os.path.abspath(__file__)), "data")
-
-
-def write(name, records):
-    recs = [np.asarray(r).astype("<c16").view("<f8") if np.iscomplexobj(r) else np.asarray(r, "<f8").ravel()
-            for r in records]
-    head = np.array([len(recs)] + [len(r) for r in recs], dtype="<f8")
-    np.concatenate([head] + recs).tofile(os.path.join(OUT_DIR, name))
+from gen_records import write_records as write
 
 
 def lags(a, b, lo, hi):

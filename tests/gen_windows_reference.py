@@ -26,8 +26,9 @@ import warnings
 import numpy as np
 from scipy.signal import windows as W
 
+from gen_records import OUT_DIR, write_records
+
 LENGTHS = (1, 2, 3, 8, 63, 256)
-OUT_DIR = os.path.join(os.path.dirname(os.path.abspath(__file__)), "data")
 
 FLATTOP3 = [0.2810639, 0.5208972, 0.1980399]
 BLACKMANHARRIS3 = [0.42323, 0.49755, 0.07922]
@@ -93,12 +94,6 @@ CASES = {
 }
 
 
-def write_records(path, records):
-    records = [np.asarray(r, dtype="<f8").ravel() for r in records]
-    head = np.array([len(records)] + [len(r) for r in records], dtype="<f8")
-    np.concatenate([head] + records).tofile(path)
-
-
 def main():
     os.makedirs(OUT_DIR, exist_ok=True)
     warnings.simplefilter("ignore")  # chebwin warns below 45 dB
@@ -107,7 +102,7 @@ def main():
         for n in LENGTHS:
             records.append(fn(n, False))
             records.append(fn(n, True))
-        write_records(os.path.join(OUT_DIR, f"win_{name}.f64"), records)
+        write_records(f"win_{name}.f64", records)
 
 
 if __name__ == "__main__":

@@ -15,18 +15,12 @@ class TStage : public TSignal {
 public:
   ONDRIX_CLASS_INFO()
   explicit TStage(TComponent* owner) : TSignal(owner) { SetUsesInputs(true); }
-  double Gain() const { return gain_; }
-  void SetGain(double g) { gain_ = g; }
-
-private:
-  double gain_ = 1.0;
 };
 
 const TClassInfo& TStage::StaticClassInfo() {
   static const TClassInfo info = TClassBuilder<TStage, TSignal>("TStage")
                                      .Prop("Input", &TStage::GetInput, &TStage::SetInput)
                                      .Stored(&TStage::InputsStored)
-                                     .Prop("Gain", &TStage::Gain, &TStage::SetGain, 1.0)
                                      .Build();
   return info;
 }
@@ -77,22 +71,17 @@ TEST(SettingsFile, SmallGraphRoundTrip) {
   form.SetDesigning(true);  // links are stored at design time
   auto* src = new TSignal(&form);
   src->SetName("Source");
-  src->SetSamplingFrequency(8000.0);
   src->SetLength(4);
   for (int i = 0; i < 4; ++i) src->Values(i) = 0.5 * i;
   auto* stage = new TStage(&form);
   stage->SetName("Stage");
-  stage->SetGain(3.0);
   stage->SetInput(src);
-  stage->SetContinuous(false);
   auto* mix = new TMixer(&form);
   mix->SetName("Mix");
   mix->Inputs()->Add()->SetInput(src);
   mix->Inputs()->Add()->SetInput(stage);
   auto* spec = new TSpectrum(&form);
   spec->SetName("Spec");
-  spec->SetPhaseMode(pmIgnore);
-  spec->SetHarmonics(4);
   spec->Marks().Add(50.0, 1.0);
 
   std::string json = SaveComponentToJson(form);
@@ -103,15 +92,10 @@ TEST(SettingsFile, SmallGraphRoundTrip) {
   auto* stage2 = dynamic_cast<TStage*>(back->FindComponent("Stage"));
   auto* mix2 = dynamic_cast<TMixer*>(back->FindComponent("Mix"));
   auto* spec2 = dynamic_cast<TSpectrum*>(back->FindComponent("Spec"));
-  ASSERT_TRUE(src2 && stage2 && mix2 && spec2);
-  EXPECT_EQ(src2->SamplingFrequency(), 8000.0);
-  EXPECT_EQ(stage2->Gain(), 3.0);
-  EXPECT_FALSE(stage2->Continuous());
+  ASSERT_TRUE(src2 && stage2 && mix2 && spec2);  // values: signalprocessing_tests' PropertyTable
   EXPECT_EQ(stage2->Input(), src2);
   ASSERT_EQ(mix2->Inputs()->Count(), 2);
   EXPECT_EQ(mix2->Inputs()->Items(1)->Input(), stage2);
-  EXPECT_EQ(spec2->PhaseMode(), pmIgnore);
-  EXPECT_EQ(spec2->Harmonics(), 4);
   // The loaded graph is live: destroying a source clears the links to it.
   delete src2;
   EXPECT_EQ(stage2->Input(), nullptr);
@@ -127,30 +111,6 @@ TEST(SettingsFile, SmallGraphRoundTrip) {
   ASSERT_EQ(spec3->Marks().Count(), 1);
   EXPECT_EQ(spec3->Marks().Values(0).Freq, 50.0);
   EXPECT_EQ(dynamic_cast<TStage*>(run->FindComponent("Stage"))->Input(), nullptr);
-}
-
-TEST(Templates, ComponentTemplateKeepsLinksAndData) {
-  TSignal source(nullptr);
-  TStage a(nullptr);
-  a.SetInput(&source);
-  a.SetGain(5.0);
-  a.SetLength(16);
-  a.SetSamplingFrequency(100.0);
-  TMemoryStream tpl;
-  a.SaveTemplateToStream(tpl);
-  TSignal other(nullptr);
-  TStage b(nullptr);
-  b.SetInput(&other);
-  tpl.SetPosition(0);
-  b.LoadTemplateFromStream(tpl);
-  EXPECT_EQ(b.Gain(), 5.0);
-  EXPECT_EQ(b.Length(), 16);
-  EXPECT_EQ(b.SamplingFrequency(), 100.0);
-  EXPECT_EQ(b.Input(), &other);  // templates leave links alone
-  TStage c(nullptr);
-  c.AssignTemplate(a);
-  EXPECT_EQ(c.Gain(), 5.0);
-  EXPECT_EQ(c.Input(), nullptr);
 }
 
 TEST(Templates, MultiInputLinksSurviveATemplate) {

@@ -100,23 +100,6 @@ TEST(AnalyzerAmplitude, DecibelsOfThePowerTypeEqualThoseOfTheAmplitudeType) {
   }
 }
 
-TEST(AnalyzerAmplitude, ScaleOfTheHanningWindowOn1024Samples) {
-  TRig rig(1.0);
-  rig->SetWindow(wtHanning);
-  rig.Feed(Noise(1024, 3));
-  EXPECT_EQ(rig->AmpltScale(), 2.0 / 1024);
-  EXPECT_EQ(rig->WindowScaleFactor(), 2.0);
-  // Zero padding keeps the scale: ActualZeroPadding · WindowScaleFactor / N = 2 / 1024.
-  rig->SetZeroPadding(4);
-  rig->SetScaleFactor(3.0);
-  rig.Feed(Noise(1024, 3));
-  EXPECT_DOUBLE_EQ(rig->ActualZeroPadding(), 4.0);
-  EXPECT_DOUBLE_EQ(rig->AmpltScale(), 6.0 / 1024);
-  // Other methods than FFT and chirp-z have no window correction.
-  rig->SetMethod(smBurg);
-  EXPECT_EQ(rig->WindowScaleFactor(), 1.0);
-}
-
 TEST(AnalyzerAmplitude, AxisOfRealAndComplexFramesWithZeroPadding) {
   TRig rig(48000.0);
   rig->SetZeroPadding(2);

@@ -40,12 +40,13 @@ inline TVec Sum(const TVec& a, const TVec& b) {
   return s;
 }
 
-/// An analyzer named "Analyzer" whose input is a plain signal named "Source".
-struct TRig {
+/// An analyzer (of type A) named "Analyzer" whose input is a plain signal named "Source".
+template <class A = TSpectrumAnalyzer>
+struct TRigOf {
   std::unique_ptr<TSignal> source = std::make_unique<TSignal>(nullptr);
-  std::unique_ptr<TSpectrumAnalyzer> an = std::make_unique<TSpectrumAnalyzer>(nullptr);
+  std::unique_ptr<A> an = std::make_unique<A>(nullptr);
 
-  explicit TRig(double fs = 1.0) {
+  explicit TRigOf(double fs = 1.0) {
     source->SetName("Source");
     source->SetSamplingFrequency(fs);
     an->SetName("Analyzer");
@@ -56,11 +57,8 @@ struct TRig {
     source->SetData(x);
     an->Update();
   }
-  TSpectrumAnalyzer* operator->() const { return an.get(); }
+  A* operator->() const { return an.get(); }
 };
-
-/// The amplitude vector as doubles.
-
-/// Largest |a[i] − b[i]| (huge on a size mismatch).
+using TRig = TRigOf<>;
 
 }  // namespace ondrix::testing

@@ -15,28 +15,15 @@ using namespace ondrix::testing;
 
 namespace {
 
-/// A bispectrum analyzer named "Bi" fed by a plain signal.
-struct TBiRig {
-  std::unique_ptr<TSignal> source = std::make_unique<TSignal>(nullptr);
-  std::unique_ptr<TBiSpectrumAnalyzer> an = std::make_unique<TBiSpectrumAnalyzer>(nullptr);
-
-  explicit TBiRig(double fs) {
-    source->SetSamplingFrequency(fs);
-    an->SetName("Bi");
-    an->SetInput(source.get());
-    an->Stats()->SetAveraging(avLinearInf);
-  }
-  void Feed(const TVec& x) {
-    source->SetData(x);
-    an->Update();
-  }
+/// A bispectrum analyzer with a linear average, fed by a plain signal.
+struct TBiRig : TRigOf<TBiSpectrumAnalyzer> {
+  explicit TBiRig(double fs) : TRigOf(fs) { an->Stats()->SetAveraging(avLinearInf); }
   /// Consecutive frames of n samples of x.
   void FeedFrames(const TVec& x, int n) {
     TVec f(n);
     for (int s = 0; s + n <= x.Length(); s += n) Feed(f.Copy(x, s, 0, n));
   }
   TBiAnalyzer& ba() const { return *an->BiAnalyzer(); }
-  TBiSpectrumAnalyzer* operator->() const { return an.get(); }
 };
 
 /// Tones at lines k1, k2 and k1 + k2 of an n-point frame with random phases; coupled makes the

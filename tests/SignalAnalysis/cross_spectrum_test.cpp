@@ -19,22 +19,18 @@ using namespace ondrix::testing;
 namespace {
 
 /// A cross analyzer named "Cross" between two plain signals.
-struct TCrossRig {
-  std::unique_ptr<TSignal> x = std::make_unique<TSignal>(nullptr);
+struct TCrossRig : TRigOf<TCrossSpectrumAnalyzer> {
   std::unique_ptr<TSignal> y = std::make_unique<TSignal>(nullptr);
-  std::unique_ptr<TCrossSpectrumAnalyzer> an = std::make_unique<TCrossSpectrumAnalyzer>(nullptr);
+  TSignal* x = source.get();
 
-  explicit TCrossRig(double fs) {
-    x->SetSamplingFrequency(fs);
+  explicit TCrossRig(double fs) : TRigOf(fs) {
     y->SetSamplingFrequency(fs);
     an->SetName("Cross");
-    an->SetInput(x.get());
     an->SetOutput(y.get());
   }
   void Feed(const TVec& xs, const TVec& ys) {
-    x->SetData(xs);
     y->SetData(ys);
-    an->Update();
+    TRigOf::Feed(xs);
   }
   /// Frames of n samples every hop samples of the two streams.
   void FeedStreams(const TVec& xs, const TVec& ys, int n, int hop) {
@@ -46,7 +42,6 @@ struct TCrossRig {
     }
   }
   TCrossAnalyzer& ca() const { return *an->CrossAnalyzer(); }
-  TCrossSpectrumAnalyzer* operator->() const { return an.get(); }
 };
 
 /// Largest relative difference of got[k]·factor from ref[k], k = 1 .. count − 1, over the
@@ -120,7 +115,7 @@ TEST(CrossSpectrum, AveragesMatchScipyOnTheSameOverlappedFrames) {
 
 TEST(CrossSpectrum, IdenticalChannelsHaveCoherenceOneAndUnitTransfer) {
   TCrossRig rig(1000.0);
-  rig->SetOutput(rig.x.get());  // the same signal on both inputs
+  rig->SetOutput(rig.x);  // the same signal on both inputs
   rig->SetWindow(wtHanning);
   rig.ca().SetTransform(ctTransferFunction);
   for (int f = 0; f < 4; ++f) {
@@ -254,7 +249,6 @@ TEST(CrossSpectrum, PropertiesDefaultsStreamingAndRegistry) {
   EXPECT_EQ(a.CrossAnalyzer()->Transform(), ctInputSpectrum);
   EXPECT_EQ(a.CrossAnalyzer()->Analysis().ToString(), "[caCoherence,caTransferFunction]");
   a.CrossAnalyzer()->SetAnalysis(TCrossAnalysisSet::FromString("[ caTransferFunction ]"));
-  a.CrossAnalyzer()->SetRecursive(false);
   a.CrossAnalyzer()->SetTransform(ctCoherence);  // not stored
   TMemoryStream m;
   a.SaveToStream(m);
@@ -262,7 +256,6 @@ TEST(CrossSpectrum, PropertiesDefaultsStreamingAndRegistry) {
   TCrossSpectrumAnalyzer b(nullptr);
   b.LoadFromStream(m);
   EXPECT_EQ(b.CrossAnalyzer()->Analysis(), TCrossAnalysisSet{caTransferFunction});
-  EXPECT_FALSE(b.CrossAnalyzer()->Recursive());
   EXPECT_EQ(b.CrossAnalyzer()->Transform(), ctInputSpectrum);
   EXPECT_THROW(TCrossAnalysisSet::FromString("[caPower]"), std::exception);
   TCrossSpectrumAnalyzerList list(nullptr);

@@ -48,6 +48,7 @@ TEST(AutoRegressive, EveryEstimatorRecoversTheModelSpectrum) {
     ASSERT_EQ(rig->Length(), N / 2);
     EXPECT_DOUBLE_EQ(rig->AmpltScale(), 1.0 / std::sqrt(double(N)));
     EXPECT_EQ(rig->ActualZeroPadding(), 0.0);  // left alone by the autoregressive methods
+    EXPECT_EQ(rig->WindowScaleFactor(), 1.0);  // no window correction
     // Lines are √(PSD/N): with 8192 samples the order-4 estimate is within ±1 dB of the
     // model everywhere (coefficient errors of order 1/√n).
     double worst = 0, power = 0;

@@ -39,6 +39,4 @@ inline std::vector<double> Pull(TSignalGenerator& g, int blocks) {
   return out;
 }
 
-/// Largest absolute difference of two sequences (huge if the lengths differ).
-
 }  // namespace ondrix::testing

@@ -9,45 +9,32 @@
 #include <random>
 
 #include "ondrix/SignalProcessing/SignalProcessing.h"
-#include "ondrix/framework/Registry.h"
-#include "ondrix/framework/Settings.h"
+#include "tests/common/block_source.h"
 #include "tests/common/reference.h"
 
 using namespace ondrix;
-using ondrix::testing::MaxDiff;
-using ondrix::testing::Raises;
+using namespace ondrix::testing;
 
 namespace {
 
-/// A source that hands out consecutive blocks of one long random signal.
-class TNoiseSource : public TSignal {
-public:
-  TNoiseSource(TComponent* owner, int total, bool complex = false) : TSignal(owner), all(total, complex) {
-    all.RandGauss(7, 0.0, 1.0);
-    SetSamplingFrequency(1000.0);
+/// A random stream of n samples cut into blocks of the given sizes (cycled; the last one short).
+void Feed(TBlockSource& src, int n, const std::vector<int>& sizes, bool complex = false) {
+  TVec x(n, complex);
+  x.RandGauss(7, 0.0, 1.0);
+  for (int pos = 0, k = 0; pos < n; ++k) {
+    const int len = std::min(sizes[k % sizes.size()], n - pos);
+    src.Blocks.emplace_back(len, complex);
+    src.Blocks.back().Copy(x, pos, 0, len);
+    pos += len;
   }
-  TVec all;
-  int pos = 0;
-  int block = 100;
-  TPipeState InternalUpdate() override {
-    Data().Size(block, all.Complex());
-    Data().Copy(all, pos, 0, block);
-    pos += block;
-    return pipeOK;
-  }
-};
+}
 
-// Filters `total` samples through f in blocks of the given sizes (cycled), concatenating.
-TVec FilterInBlocks(TSignalFilter& f, TNoiseSource& src, const std::vector<int>& blocks, int total) {
-  TVec out(0, src.all.Complex());
-  int done = 0;
-  for (std::size_t k = 0; done < total; ++k) {
-    src.block = std::min(blocks[k % blocks.size()], total - done);
-    EXPECT_EQ(f.Pull(), pipeOK);
-    int n = out.Length();
-    out.SetLength(n + f.Length());
-    out.Copy(f.Data(), 0, n, f.Length());
-    done += src.block;
+/// The blocks of f, pulled until its source ends, joined (complex values interleaved).
+std::vector<double> Drain(TSignalFilter& f) {
+  std::vector<double> out;
+  while (f.Pull() == pipeOK) {
+    const std::vector<double> block = Values(f.Data());
+    out.insert(out.end(), block.begin(), block.end());
   }
   return out;
 }
@@ -97,45 +84,43 @@ TEST(SignalFilter, ChunkInvarianceOfEveryStatefulResponse) {
   };
   std::mt19937 rng(3);
   for (const Case& c : cases) {
-    TComponent owner(nullptr);
-    auto* s1 = new TNoiseSource(&owner, 1000, c.complex);
-    auto* s2 = new TNoiseSource(&owner, 1000, c.complex);
-    auto* whole = new TSignalFilter(&owner);
-    auto* pieces = new TSignalFilter(&owner);
-    c.setup(*whole);
-    c.setup(*pieces);
-    whole->SetInput(s1);
-    pieces->SetInput(s2);
-    TVec a = FilterInBlocks(*whole, *s1, {1000}, 1000);
+    TBlockSource s1, s2;
+    Feed(s1, 1000, {1000}, c.complex);
     std::vector<int> sizes = {1, 100, 37, 1, 250, 3};
     for (int k = 0; k < 5; ++k) sizes.push_back(1 + rng() % 120);
-    TVec b = FilterInBlocks(*pieces, *s2, sizes, 1000);
-    EXPECT_LT(MaxDiff(a, b), 1e-12) << c.name;
-    EXPECT_GT(a.Length(), 0) << c.name;
+    Feed(s2, 1000, sizes, c.complex);
+    TSignalFilter whole(nullptr), pieces(nullptr);
+    c.setup(whole);
+    c.setup(pieces);
+    whole.SetInput(&s1);
+    pieces.SetInput(&s2);
+    const std::vector<double> a = Drain(whole);
+    EXPECT_LT(MaxDiff(a, Drain(pieces)), 1e-12) << c.name;
+    EXPECT_GT(a.size(), 0u) << c.name;
   }
 }
 
 TEST(SignalFilter, UnitPassThroughAndRateChange) {
-  TComponent owner(nullptr);
-  auto* src = new TNoiseSource(&owner, 1000);
-  auto* f = new TSignalFilter(&owner);
-  f->SetInput(src);
-  f->Pull();
-  EXPECT_EQ(MaxDiff(f->Data(), src->Data()), 0.0);  // rstUnit copies
-  f->SetResponse(rstFIR);
-  f->SetExternalTaps(true);  // with no taps the filter cannot prepare: it passes through
-  f->Pull();
-  EXPECT_FALSE(f->Prepared());
-  EXPECT_EQ(MaxDiff(f->Data(), src->Data()), 0.0);
+  TBlockSource src;
+  Feed(src, 300, {100});
+  TSignalFilter f(nullptr);
+  f.SetInput(&src);
+  f.Pull();
+  EXPECT_EQ(MaxDiff(f.Data(), src.Data()), 0.0);  // rstUnit copies
+  f.SetResponse(rstFIR);
+  f.SetExternalTaps(true);  // with no taps the filter cannot prepare: it passes through
+  f.Pull();
+  EXPECT_FALSE(f.Prepared());
+  EXPECT_EQ(MaxDiff(f.Data(), src.Data()), 0.0);
 
-  f->SetExternalTaps(false);
-  Lowpass(*f);
-  f->SetUpSample(3);
-  f->SetDownSample(2);
-  f->SetPrepared(false);
-  f->Pull();
-  EXPECT_DOUBLE_EQ(f->SamplingFrequency(), 1500.0);
-  EXPECT_EQ(f->Length(), 150);  // 100 input samples × 3 / 2
+  f.SetExternalTaps(false);
+  Lowpass(f);
+  f.SetUpSample(3);
+  f.SetDownSample(2);
+  f.SetPrepared(false);
+  f.Pull();
+  EXPECT_DOUBLE_EQ(f.SamplingFrequency(), 1500.0);
+  EXPECT_EQ(f.Length(), 150);  // 100 input samples × 3 / 2
 }
 
 TEST(SignalFilter, ClampsAndDesignRules) {
@@ -357,27 +342,4 @@ TEST(BandFilterList, StreamImageCheckRulesAndTemplates) {
   EXPECT_EQ(g.Filters()->TemplateName(), "low");
   EXPECT_EQ(g.Bands().Count(), 2);
   EXPECT_EQ(g.Bands().Items(0)->FreqStop, 0.2);
-}
-
-TEST(SignalFilter, SettingsFileKeepsDesignBandsAndTemplates) {
-  RegisterClass(TComponent::StaticClassInfo());
-  TComponent form(nullptr);
-  auto* f = new TSignalFilter(&form);
-  f->SetName("Lowpass");
-  f->SetResponse(rstIIR);
-  f->SetIirMethod(imElliptic);
-  f->SetUpSample(2);
-  Lowpass(*f, 0.25, 0.3, 0.5, 70);
-  f->Filters()->AddTemplate("first");
-  std::unique_ptr<TComponent> back = LoadComponentFromJson(SaveComponentToJson(form));
-  auto* g = dynamic_cast<TSignalFilter*>(back->FindComponent("Lowpass"));
-  ASSERT_NE(g, nullptr);
-  ASSERT_EQ(g->Bands().Count(), 2);
-  EXPECT_EQ(g->Bands().Items(1)->Ripple, 70.0);
-  EXPECT_EQ(g->Filters()->Templates().Count(), 1);
-  EXPECT_EQ(g->Filters()->TemplateName(), "first");
-  // The loaded filter designs the same filter.
-  f->ApplyChanges();
-  g->ApplyChanges();
-  EXPECT_EQ(MaxDiff(f->Taps(), g->Taps()), 0.0);
 }

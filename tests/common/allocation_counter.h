@@ -9,7 +9,12 @@
 #include <cstddef>
 #include <functional>
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)  // clang's spelling of gcc's __SANITIZE_ADDRESS__
+#define ONDRIX_ASAN_BUILD 1
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(ONDRIX_ASAN_BUILD)
 #define ONDRIX_COUNT_ALLOCATIONS 0
 #else
 #define ONDRIX_COUNT_ALLOCATIONS 1

@@ -89,19 +89,15 @@ TEST(Ar, LeastSquaresAndBurgMatchReference) {
   for (bool complex : {false, true}) {
     const int o = complex ? 7 : 0;
     const TVec x = ToVec(recs[o], complex);
-    const int p = 6;
     TArState st;
-    TVec a;
-    double err = 0;
-    ArCovariance(a, err, x, p, st);
-    EXPECT_LE(MaxAbsDiff(a, ToVec(recs[o + 1], complex)), 1e-10) << "cov complex=" << complex;
-    EXPECT_NEAR(err, recs[o + 2][0], 1e-10 * recs[o + 2][0]);
-    ArMCovariance(a, err, x, p, st);
-    EXPECT_LE(MaxAbsDiff(a, ToVec(recs[o + 3], complex)), 1e-10) << "mcov complex=" << complex;
-    EXPECT_NEAR(err, recs[o + 4][0], 1e-10 * recs[o + 4][0]);
-    ArBurg(a, err, x, p, st);
-    EXPECT_LE(MaxAbsDiff(a, ToVec(recs[o + 5], complex)), 1e-10) << "burg complex=" << complex;
-    EXPECT_NEAR(err, recs[o + 6][0], 1e-10 * recs[o + 6][0]);
+    for (int e = 0; e < 3; ++e) {  // the file's order: covariance, modified covariance, Burg
+      const NamedEstimator& est = kEstimators[e == 2 ? 1 : e + 2];
+      TVec a;
+      double err = 0;
+      est.fn(a, err, x, 6, st);
+      EXPECT_LE(MaxAbsDiff(a, ToVec(recs[o + 1 + 2 * e], complex)), 1e-10) << est.name << " complex=" << complex;
+      EXPECT_NEAR(err, recs[o + 2 + 2 * e][0], 1e-10 * recs[o + 2 + 2 * e][0]) << est.name;
+    }
   }
 }
 
@@ -137,14 +133,12 @@ TEST(Ar, OrderLimitsAndDegenerateData) {
   x.RandGauss(3, 0.0, 1.0);
   TVec a;
   double err;
-  ArYuleWalker(a, err, x, 100);
-  EXPECT_EQ(a.Length(), 10);  // order ≤ N − 1
-  ArBurg(a, err, x, 100);
-  EXPECT_EQ(a.Length(), 10);
-  ArCovariance(a, err, x, 100);
-  EXPECT_EQ(a.Length(), 6);  // order ≤ N/2
-  ArMCovariance(a, err, x, 100);
-  EXPECT_EQ(a.Length(), 7);  // order ≤ 2N/3
+  const int orders[] = {9, 9, 5, 6};  // N − 1, N − 1, N/2, 2N/3
+  for (int e = 0; e < 4; ++e) {
+    TArState st;
+    kEstimators[e].fn(a, err, x, 100, st);
+    EXPECT_EQ(a.Length(), orders[e] + 1) << kEstimators[e].name;
+  }
   // An all-zero frame gives the trivial model and no error power, for every method.
   TVec zero(64);
   for (const auto& est : kEstimators) {

@@ -7,8 +7,11 @@
 #include <vector>
 
 #include "ondrix/sigcore/circular_buffer.h"
+#include "tests/common/reference.h"
 
 using namespace ondrix;
+using ondrix::testing::Values;
+using ondrix::testing::Vec;
 
 namespace {
 
@@ -35,13 +38,6 @@ struct Model {
     unread = std::min(unread, n);
   }
 };
-
-std::vector<double> Values(const TVec& v) { return {v.PValues(), v.PValues() + v.Length()}; }
-
-TVec Vec(const std::vector<double>& x) {
-  TVec v(static_cast<int>(x.size()));
-  return v.CopyFromArray(x.data(), v.Length()), v;
-}
 
 }  // namespace
 

@@ -11,6 +11,7 @@
 #include <random>
 #include <vector>
 
+#include "ondrix/sigcore/filter_response.h"
 #include "ondrix/vec/TVec.h"
 #include "reference_records.h"
 
@@ -40,6 +41,13 @@ inline double RootSetDistance(std::vector<TCplx> ours, const std::vector<TCplx>&
     ours.erase(ours.begin() + static_cast<long>(best));
   }
   return worst;
+}
+
+/// Complex response of real taps at f (units of fs = 2).
+inline TCplx Response(const TVec& taps, double f) {
+  TVec h;
+  TransferFunResponse(taps, TVec(), testing::Vec({f}), h);
+  return h.CValues(0);
 }
 
 /// n frequencies spread evenly over [lo, hi].

@@ -57,21 +57,20 @@ TEST(PhaseUnwrap, NearestRestoresSmoothPhase) {
     acc += 2.9 * std::sin(0.013 * k) + 0.1;  // increments stay within ±π
   }
   // Radians, degrees, and a quantity of period π (half period 90°).
-  TVec p = Wrapped(truth, PI);
-  PhaseUnwrap(p, rpNearest, 180.0, false, 1.0);
-  EXPECT_LE(DiffUpToStart(p, truth), 1e-9);
-  TVec deg(truth);
-  deg.Scale(180.0 / PI);
-  TVec pd = Wrapped(deg, 180.0);
-  PhaseUnwrap(pd, rpNearest, 180.0, true, 1.0);
-  EXPECT_LE(DiffUpToStart(pd, deg), 1e-7);
-  TVec half(truth);
-  half.Scale(0.5);
-  TVec ph = Wrapped(half, PI / 2);
-  PhaseUnwrap(ph, rpNearest, 90.0, false, 1.0);
-  EXPECT_LE(DiffUpToStart(ph, half), 1e-9);
-  // The first value is kept (so, with the check above, the others move by whole periods).
-  EXPECT_EQ(p.Values(0), Wrapped(truth, PI).Values(0));
+  const struct {
+    double scale, half, halfDeg;
+    bool degrees;
+    double tol;
+  } units[] = {{1.0, PI, 180.0, false, 1e-9}, {180.0 / PI, 180.0, 180.0, true, 1e-7}, {0.5, PI / 2, 90.0, false, 1e-9}};
+  for (const auto& u : units) {
+    TVec t(truth);
+    t.Scale(u.scale);
+    TVec p = Wrapped(t, u.half);
+    PhaseUnwrap(p, rpNearest, u.halfDeg, u.degrees, 1.0);
+    EXPECT_LE(DiffUpToStart(p, t), u.tol) << u.halfDeg << (u.degrees ? " deg" : "");
+    // The first value is kept (so, with the check above, the others move by whole periods).
+    EXPECT_EQ(p.Values(0), Wrapped(t, u.half).Values(0));
+  }
 }
 
 // rpRunning unwraps every delay a frame can have, without zero padding and with it; the

@@ -17,14 +17,6 @@ using namespace ondrix::test;
 
 namespace {
 
-// Complex response of real taps at f (units of fs = 2).
-TCplx Response(const TVec& taps, double f) {
-  TVec fr(1), h;
-  fr.Values(0) = f;
-  TransferFunResponse(taps, TVec(), fr, h);
-  return h.CValues(0);
-}
-
 // Peak weighted error of a design against remez bands, gains and weights (bands at fs = 1) on a
 // dense grid, the response's linear phase removed.
 double PeakError(const TVec& taps, const std::vector<double>& bands, const std::vector<double>& des,
@@ -67,15 +59,6 @@ TEST(Remez, MatchesScipyRemez) {
     EXPECT_LT(RelMaxError(taps, ref), std::max(1e-9, eRef < 1e-7 ? eRef : 0.0));
     EXPECT_LT(eOurs, eRef * (1 + 1e-3));
   }
-}
-
-// Our default frequency scale is fs = 2 (fractions of Nyquist): the same design as fs = 1
-// with the bands doubled.
-TEST(Remez, FrequencyScale) {
-  TVec a, b;
-  remez(a, 41, {0, 0.2, 0.3, 0.5}, {1, 0}, {}, rtBandpass, 1.0);
-  remez(b, 41, {0, 0.4, 0.6, 1.0}, {1, 0});
-  EXPECT_LT(MaxAbsDiff(a, b), 1e-15);
 }
 
 // The special responses approximate their ideals over the band (a wrong sign or scale would
@@ -167,16 +150,11 @@ TEST(Remez, FailuresAreClearErrors) {
     EXPECT_NE(m.find("double-precision floor"), std::string::npos) << m;
   }
   // A transition far too narrow for the length: the error names the band.
-  for (int iter : {1, 3}) {
-    try {
-      remez(taps, 101, {0, 0.2, 0.2001, 0.5}, {1, 0}, {1, 1}, rtBandpass, 1.0, 16, iter);
-      ADD_FAILURE() << "no error after " << iter << " iterations";
-    } catch (const EVecError& e) {
-      const std::string m = e.what();
-      EXPECT_NE(m.find(std::to_string(iter) + " iterations"), std::string::npos) << m;
-      EXPECT_NE(m.find("band"), std::string::npos) << m;
-    }
-  }
+  using ::testing::HasSubstr;
+  for (int iter : {1, 3})
+    EXPECT_THAT([&] { remez(taps, 101, {0, 0.2, 0.2001, 0.5}, {1, 0}, {1, 1}, rtBandpass, 1.0, 16, iter); },
+                ::testing::ThrowsMessage<EVecError>(::testing::AllOf(HasSubstr(std::to_string(iter) + " iterations"),
+                                                                     HasSubstr("band"))));
   // Very narrow transitions, extreme weights and long filters: a design or a clear error.
   struct Hard {
     int n;

@@ -3,8 +3,10 @@
 #include <cmath>
 
 #include "ondrix/sigcore/tone.h"
+#include "tests/common/reference.h"
 
 using namespace ondrix;
+using ondrix::testing::MaxDiff;
 
 namespace {
 
@@ -17,12 +19,6 @@ TVec InBlocks(State state, Fill fill, int total, int block, bool complex) {
     out.Copy(part, 0, start, block);
   }
   return out;
-}
-
-double MaxAbsDiff(const TVec& a, const TVec& b) {
-  double m = 0;
-  for (int i = 0; i < a.RealLength(); ++i) m = std::max(m, std::fabs(a.PValues()[i] - b.PValues()[i]));
-  return m;
 }
 
 }  // namespace
@@ -61,7 +57,7 @@ TEST(Tone, BlockwiseEqualsOneBlock) {
         ToneInit(f, -2.0, 1.0, st, complex);
         TVec blocks = InBlocks(st, [](TVec& v, TToneState& t) { Tone(v, t); }, 4096 / block * block, block, complex);
         one.SetSubRange(0, blocks.Length());
-        EXPECT_LT(MaxAbsDiff(blocks, one), 1e-12) << "f=" << f << " block=" << block;
+        EXPECT_LT(MaxDiff(blocks, one), 1e-12) << "f=" << f << " block=" << block;
         one.SetFullRange();
       }
     }
@@ -116,6 +112,6 @@ TEST(Triangle, ShapeValueIsTheRisingFractionAndBlocksJoin) {
     TVec one(1024, complex);
     TriangleTone(one, a);
     TVec blocks = InBlocks(b, [](TVec& v, TTriangleState& t) { TriangleTone(v, t); }, 1024, 128, complex);
-    EXPECT_LT(MaxAbsDiff(blocks, one), 1e-12);
+    EXPECT_LT(MaxDiff(blocks, one), 1e-12);
   }
 }

@@ -71,10 +71,8 @@ TEST(Windows, MatchScipyPeriodicAndSymmetric) {
         const auto& ref = recs[2 * li + (sym ? 1 : 0)];
         TVec w = Ones(kLengths[li]);
         gen(w, sym);
-        ASSERT_EQ(static_cast<size_t>(w.Length()), ref.size());
-        double err = 0;
-        for (int i = 0; i < w.Length(); ++i) err = std::max(err, std::fabs(w.Values(i) - ref[i]));
-        EXPECT_LE(err, 1e-12) << name << " N=" << kLengths[li] << " sym=" << sym;
+        EXPECT_LE(ondrix::test::MaxAbsDiff(w, ondrix::test::ToVec(ref)), 1e-12)
+            << name << " N=" << kLengths[li] << " sym=" << sym;
       }
     }
   }
@@ -173,17 +171,6 @@ TEST(Windows, KaiserBetaMeetsSidelobeAttenuation) {
     TVec w = Ones(512);
     Kaiser(w, KaiserBetaWindowAtt(att));
     EXPECT_NEAR(HighestSidelobeDb(w), att, 0.5) << att;
-  }
-}
-
-// A Dolph-Chebyshev window has all its sidelobes at the requested level.
-TEST(Windows, ChebyshevSidelobesAtAttenuation) {
-  for (double att : {30.0, 60.0, 100.0}) {
-    for (int n : {64, 257}) {
-      TVec w = Ones(n);
-      Chebyshev(w, att, true);
-      EXPECT_NEAR(HighestSidelobeDb(w), att, 0.05) << att << " N=" << n;
-    }
   }
 }
 

@@ -26,16 +26,8 @@ struct CorrRef {
 
 CorrRef LoadCorrRef(const std::string& name, int nx, int ny) {
   testing::TRefReader in("corr_ref_" + name + ".f64");
-  CorrRef r{nx,
-            ny,
-            in.Next(nx),
-            in.Next(ny),
-            in.Next(nx, true),
-            in.Next(ny, true),
-            in.Next(2 * nx - 1),
-            in.Next(nx + ny - 1),
-            in.Next(2 * nx - 1, true),
-            in.Next(nx + ny - 1, true)};
+  CorrRef r{nx, ny, in.Next(nx), in.Next(ny), in.Next(nx, true), in.Next(ny, true),
+            in.Next(2 * nx - 1), in.Next(nx + ny - 1), in.Next(2 * nx - 1, true), in.Next(nx + ny - 1, true)};
   EXPECT_TRUE(in.Done());
   return r;
 }
@@ -55,14 +47,10 @@ const CorrRef& Medium() {
 // (lag k at index nx − 1 + k); lags outside it are 0.
 TVec Lags(const TVec& full, int nx, int lo, int hi) {
   TVec v(lo + hi, full.Complex());
+  const int w = full.Complex() ? 2 : 1;
   for (int j = 0; j < lo + hi; ++j) {
     const int i = nx - 1 + (j - lo);
-    if (i >= 0 && i < full.Length()) {
-      if (full.Complex())
-        v.CValues(j) = full.CValues(i);
-      else
-        v.Values(j) = full.Values(i);
-    }
+    if (i >= 0 && i < full.Length()) std::copy_n(full.PValues() + w * i, w, v.PValues() + w * j);
   }
   return v;
 }
@@ -70,12 +58,7 @@ TVec Lags(const TVec& full, int nx, int lo, int hi) {
 // v[k] *= f(k) on the real and imaginary parts.
 template <class F>
 TVec Scaled(TVec v, F f) {
-  for (int k = 0; k < v.Length(); ++k) {
-    if (v.Complex())
-      v.CValues(k) *= f(k);
-    else
-      v.Values(k) *= f(k);
-  }
+  for (int i = 0; i < v.RealLength(); ++i) v.PValues()[i] *= f(v.Complex() ? i / 2 : i);
   return v;
 }
 
@@ -160,20 +143,6 @@ TEST(Correlation, AutomaticSwitchOver) {
     CrossCorr(fft, r.xc, r.yc, h, h, cmFFT);
     EXPECT_TRUE(Near(a, Lags(r.crossC, nx, h, h))) << h;
     EXPECT_TRUE(Near(direct, fft)) << h;
-  }
-}
-
-// X has an impulse at 2, Y at 5: Σ X[n]·Y[n+k] is 1 at lag k = 3 only.
-TEST(Correlation, AnalyticImpulsesPinLagSign) {
-  TVec x(8), y(10);
-  x.Values(2) = 1.0;
-  y.Values(5) = 1.0;
-  for (TCorrMethod m : kMethods) {
-    TVec d;
-    CrossCorr(d, x, y, 6, 4, m);  // lags −4 .. 5, lag 3 at element 7
-    TVec expected(10);
-    expected.Values(7) = 1.0;
-    EXPECT_TRUE(Near(d, expected)) << m;
   }
 }
 

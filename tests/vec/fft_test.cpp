@@ -3,6 +3,7 @@
 #include <bit>
 #include <cmath>
 #include <fstream>
+#include <functional>
 #include <numbers>
 #include <stdexcept>
 #include <string>
@@ -89,43 +90,26 @@ TEST_P(FftReference, DctAndIdct) {
   EXPECT_TRUE(Near(y.IDCT(ref.x), ref.idctX));
 }
 
-TEST_P(FftReference, RoundTrips) {
-  TVec y;
-  EXPECT_TRUE(Near(y.FFT(ref.z).IFFT(), ref.z));
-  EXPECT_TRUE(Near(TVec().IFFTFromHalf(y.FFTFromReal(ref.x), n), ref.x));
-  EXPECT_TRUE(Near(TVec().IFFTToReal(y.FFT(ref.x)), ref.x));
-  EXPECT_TRUE(Near(y.DCT(ref.x).IDCT(), ref.x));
-}
-
 TEST_P(FftReference, InPlaceFormsMatchReference) {
-  TVec a;
-  a = ref.z;
-  a.FFT();
-  EXPECT_TRUE(Near(a, ref.fftZ));
-  a = ref.z;
-  a.FFT(a);
-  EXPECT_TRUE(Near(a, ref.fftZ));
-  a = ref.z;
-  a.IFFT();
-  EXPECT_TRUE(Near(a, ref.ifftZ));
-  a = ref.x;
-  a.FFT();
-  EXPECT_TRUE(Near(a, FullFromHalf(ref.rfftX, n)));
-  a = ref.x;
-  a.FFTFromReal(a);
-  EXPECT_TRUE(Near(a, ref.rfftX));
-  a = ref.z;
-  a.IFFTToReal(a);
-  EXPECT_TRUE(Near(a, ref.irfftZ));
-  a = Head(ref.z, n / 2 + 1);
-  a.IFFTFromHalf(a, n);
-  EXPECT_TRUE(Near(a, ref.irfftZ));
-  a = ref.x;
-  a.DCT();
-  EXPECT_TRUE(Near(a, ref.dctX));
-  a = ref.x;
-  a.IDCT(a);
-  EXPECT_TRUE(Near(a, ref.idctX));
+  const struct {
+    TVec in;
+    std::function<void(TVec&)> op;
+    TVec ref;
+  } forms[] = {{ref.z, [](TVec& a) { a.FFT(); }, ref.fftZ},
+               {ref.z, [](TVec& a) { a.FFT(a); }, ref.fftZ},
+               {ref.z, [](TVec& a) { a.IFFT(); }, ref.ifftZ},
+               {ref.x, [](TVec& a) { a.FFT(); }, FullFromHalf(ref.rfftX, n)},
+               {ref.x, [](TVec& a) { a.FFTFromReal(a); }, ref.rfftX},
+               {ref.z, [](TVec& a) { a.IFFTToReal(a); }, ref.irfftZ},
+               {Head(ref.z, n / 2 + 1), [&](TVec& a) { a.IFFTFromHalf(a, n); }, ref.irfftZ},
+               {ref.x, [](TVec& a) { a.DCT(); }, ref.dctX},
+               {ref.x, [](TVec& a) { a.IDCT(a); }, ref.idctX},
+               {ref.x, [](TVec& a) { a.IDCT(); }, ref.idctX}};
+  for (size_t i = 0; i < std::size(forms); ++i) {
+    TVec a = forms[i].in;
+    forms[i].op(a);
+    EXPECT_TRUE(Near(a, forms[i].ref)) << "form " << i;
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Lengths, FftReference, ::testing::ValuesIn(kLengths));
@@ -163,9 +147,8 @@ protected:
 TEST_P(FftSubRange, SourceViewEqualsCopyOfRange) {
   for (int offset : {1, 3}) {
     TVec x = Embedded(ref.x, offset), z = Embedded(ref.z, offset), y;
-    EXPECT_TRUE(Near(y.FFT(z), TVec().FFT(TVec(z))));
     EXPECT_TRUE(Near(y.FFT(z), ref.fftZ));
-    EXPECT_TRUE(Near(y.FFT(x), TVec().FFT(TVec(x))));
+    EXPECT_TRUE(Near(y.FFT(x), FullFromHalf(ref.rfftX, n)));
     EXPECT_TRUE(Near(y.FFTFromReal(x), ref.rfftX));
     EXPECT_TRUE(Near(y.DCT(x), ref.dctX));
     EXPECT_TRUE(Near(y.IDCT(x), ref.idctX));
