@@ -22,7 +22,7 @@ function(ondrix_add_library target name)
   target_include_directories(${target} PUBLIC $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   target_compile_features(${target} PUBLIC cxx_std_20)
   # Warnings and instrumentation stay ours: wrapped so that the export leaves them out.
-  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:ondrix_build_flags>)
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:ondrix_build_flags> $<BUILD_INTERFACE:ondrix_fuzz_hooks>)
   set_target_properties(${target} PROPERTIES
     EXPORT_NAME ${name}
     VERSION ${PROJECT_VERSION}

@@ -11,8 +11,9 @@
 namespace ondrix {
 
 /// Precision of one stored value. Files store the ordinal, so the order is fixed.
-/// Every multi-byte format is little-endian, whatever the host.
-enum TPrecision {
+/// Every multi-byte format is little-endian, whatever the host. The fixed underlying type
+/// makes any ordinal read from a file a valid value to check, not undefined behaviour.
+enum TPrecision : int {
   prDouble = 0,    ///< 8-byte IEEE 754 binary64
   prSingle = 1,    ///< 4-byte IEEE 754 binary32
   prInteger = 2,   ///< 32-bit signed integer
