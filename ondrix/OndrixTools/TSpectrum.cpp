@@ -113,10 +113,12 @@ void TSpectrum::SetSamplingTime(double T) {
 }
 
 void TSpectrum::SetSamplingFrequency(double F) {
-  if (F > 0)
+  if (F > 0) {
     SetSamplingTime(length_ * lineFactor_ / zeroPadding_ / F);
-  else
+  } else {
     SetSamplingTime(0);
+    dt_ = 0;  // no rate, no time step: Complex or ZeroPadding set later must not revive the old one
+  }
   samplingFrequency_ = F;
 }
 

@@ -265,4 +265,7 @@ TEST(HostileInput, SettingsThatLoadSaveATextThatLoadsBackTheSame) {
     const std::string first = SaveComponentToJson(*LoadComponentFromJson(HostileFile(file)));
     EXPECT_EQ(SaveComponentToJson(*LoadComponentFromJson(first)), first) << file;
   }
+  // A rate of 0 keeps no time step that Complex, set after it, could turn back into a rate.
+  const auto spectrum = LoadComponentFromJson(HostileFile("settings-spectrum-fs-0-complex.json"));
+  EXPECT_EQ(dynamic_cast<const TSpectrum&>(*spectrum).SamplingFrequency(), 0.0);
 }
