@@ -138,6 +138,15 @@ TEST(Templates, StringStreamListLayout) {
   mb.SetPosition(0);
   back.LoadFromStream(mb);
   EXPECT_EQ(back.Count(), 2);
+
+  // Names assigned from a plain list come without streams: each is saved as empty.
+  TStringList names;
+  names.Add("n");
+  TStringStreamList bare;
+  bare.Assign(names);
+  TMemoryStream mn;
+  bare.SaveToStream(mn);
+  EXPECT_EQ(Bytes(mn).size(), 4u + 3 + 4);
 }
 
 TEST(Templates, SwitchingStoresAndLoadsSettings) {

@@ -140,6 +140,12 @@ TEST(PullProtocol, StreamAndEndPropagation) {
   m->Inputs()->Add()->SetInput(s);
   EXPECT_EQ(m->Pull(), pipeOK);
   EXPECT_EQ(m->updates, 1);
+  // It ends with its input, and goes on when the input does.
+  s->endAt = 2;
+  EXPECT_EQ(m->Pull(), pipeEnd);
+  s->endAt = -1;
+  EXPECT_EQ(m->Pull(), pipeOK);
+  EXPECT_EQ(m->updates, 2);
 }
 
 TEST(PullProtocol, PullUntilEndSuspendsNotificationAndRestoresIt) {

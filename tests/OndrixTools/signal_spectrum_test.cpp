@@ -211,6 +211,16 @@ TEST(SpectrumMeasures, SnrOfASineInWhiteNoiseOfKnownPower) {
   for (int i = 0; i < n / 2; ++i)
     if (std::abs(i - 1000) > 4 && i > 4) maxNoise = std::max(maxNoise, s.AmpltValues(i));
   EXPECT_NEAR(s.SFDR(), 20 * std::log10(s.AmpltValues(1000) / maxNoise), 1e-9);
+  // Lines from -fs/2 (0 Hz on line 32): the strongest may be the first one.
+  TSpectrum two(nullptr);
+  TVec lines(64);
+  lines.SetVal(1e-3);
+  lines.Values(0) = 1.0;
+  lines.Values(40) = 0.1;
+  two.AmpltSpectrum(lines);
+  two.SetSamplingFrequency(64.0);
+  two.SetBandWidthL(-32.0);
+  EXPECT_NEAR(two.SFDR(), 20.0, 1e-9);
 }
 
 TEST(SpectrumMeasures, HarmonicsLowerSinadButNotSnr) {

@@ -8,7 +8,6 @@
 #include "../common/vec_compare.h"
 #include "../sigcore/reference_records.h"
 #include "analyzer_helpers.h"
-#include "ondrix/framework/Registry.h"
 
 using namespace ondrix;
 using namespace ondrix::testing;
@@ -183,6 +182,4 @@ TEST(BiSpectrum, SpectrumOfTheEventAndDefaults) {
   EXPECT_EQ(a.BiAnalyzer()->Transform(), hoBicoherence);
   EXPECT_EQ(a.BiAnalyzer()->BicoherenceType(), bctModified);
   EXPECT_TRUE(a.BiAnalyzer()->Recursive());
-  for (const char* name : {"TBiSpectrumAnalyzer", "TBiAnalyzer", "TBiSpectrumAnalyzerList"})
-    EXPECT_NE(GetClass(name), nullptr) << name;
 }

@@ -10,7 +10,6 @@
 #include "../common/vec_compare.h"
 #include "../sigcore/reference_records.h"
 #include "analyzer_helpers.h"
-#include "ondrix/framework/Registry.h"
 #include "ondrix/framework/TStream.h"
 
 using namespace ondrix;
@@ -125,18 +124,15 @@ TEST(CrossSpectrum, IdenticalChannelsHaveCoherenceOneAndUnitTransfer) {
   const TVec& c = rig.ca().Coherence();
   ASSERT_EQ(c.Length(), 128);
   for (int k = 1; k < c.Length(); ++k) EXPECT_NEAR(c.Values(k), 1.0, 1e-12) << k;
-  const std::pair<TSpectrumType, double> types[] = {
-      {stAmplitude, 1.0}, {stRmsAmplitude, std::sqrt(0.5)}, {stPower, 1.0}, {stDoubleAmplitude, 2.0}};
+  const std::pair<TSpectrumType, double> types[] = {{stAmplitude, 1.0}, {stRmsAmplitude, std::sqrt(0.5)},
+                                                    {stPower, 1.0}, {stDoubleAmplitude, 2.0}, {stComplex, 1.0}};
   for (const auto& [type, want] : types) {
     rig->SetSpectrumType(type);
     rig->BrowseCrossSpectrum();
-    for (int k = 1; k < rig->Length(); ++k) ASSERT_NEAR(rig->Amplt().Values(k), want, 1e-12) << type << " " << k;
-  }
-  rig->SetSpectrumType(stComplex);
-  rig->BrowseCrossSpectrum();
-  for (int k = 1; k < rig->Length(); ++k) {
-    ASSERT_NEAR(rig->Amplt().Values(k), 1.0, 1e-12);
-    ASSERT_NEAR(rig->Phase().Values(k), 0.0, 1e-12);
+    for (int k = 1; k < rig->Length(); ++k) {
+      ASSERT_NEAR(rig->Amplt().Values(k), want, 1e-12) << type << " " << k;
+      ASSERT_NEAR(rig->Phase().Values(k), 0.0, 1e-12) << type << " " << k;
+    }
   }
 }
 
@@ -148,7 +144,6 @@ TEST(CrossSpectrum, FailuresRaiseTheirMessagesBeforeAnythingChanges) {
       {[](TCrossRig& g) { g->SetOutput(nullptr); }, "Output = nil"},
       {[](TCrossRig& g) { g.y->SetSamplingFrequency(999.0); }, "Input.SamplingFrequency <> Output.SamplingFrequency"},
       {[](TCrossRig& g) { g->SetMethod(smBurg); }, "not ((Method = smfFFT) or (Method = smfCZT))"},
-      {[](TCrossRig& g) { g->SetMethod(smRealCepstrum); }, "not ((Method = smfFFT) or (Method = smfCZT))"},
   };
   for (const auto& c : cases) {
     TCrossRig rig(1000.0);
@@ -238,12 +233,14 @@ TEST(CrossSpectrum, AveragingModesAndRestarts) {
   expected.Add(part);
   EXPECT_TRUE(Near(rig.ca().CrossSpectrum(), expected, 1e-14));
 
-  rig.Feed(Noise(256, 7), Noise(256, 27));  // a new frame length starts again
+  // A new frame length starts again. (The three accumulators are always resized together, so
+  // each of the analyzer's checks of their lengths and kind would see this change on its own.)
+  rig.Feed(Noise(256, 7), Noise(256, 27));
   EXPECT_EQ(rig->Stats()->Averaged(), 1u);
   EXPECT_EQ(MaxDiff(rig.ca().CrossSpectrum(), rig.ca().InstantCrossSpectrum()), 0.0);
 }
 
-TEST(CrossSpectrum, PropertiesDefaultsStreamingAndRegistry) {
+TEST(CrossSpectrum, SubObjectDefaultsAndStreaming) {
   TCrossSpectrumAnalyzer a(nullptr);
   EXPECT_EQ(a.Stats()->Averaging(), avLinearInf);
   EXPECT_EQ(a.CrossAnalyzer()->Transform(), ctInputSpectrum);
@@ -258,8 +255,4 @@ TEST(CrossSpectrum, PropertiesDefaultsStreamingAndRegistry) {
   EXPECT_EQ(b.CrossAnalyzer()->Analysis(), TCrossAnalysisSet{caTransferFunction});
   EXPECT_EQ(b.CrossAnalyzer()->Transform(), ctInputSpectrum);
   EXPECT_THROW(TCrossAnalysisSet::FromString("[caPower]"), std::exception);
-  TCrossSpectrumAnalyzerList list(nullptr);
-  list.SetCount(1);
-  EXPECT_NE(dynamic_cast<TCrossSpectrumAnalyzer*>(list.Items(0)), nullptr);
-  EXPECT_NE(GetClass("TCrossAnalyzer"), nullptr);
 }

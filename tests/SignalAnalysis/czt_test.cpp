@@ -9,6 +9,19 @@
 using namespace ondrix;
 using namespace ondrix::testing;
 
+namespace {
+
+/// A chirp-z zoom from start to stop Hz in steps of step Hz, with the given window.
+void Zoom(TRig& rig, TSignalWindowType window, double start, double stop, double step) {
+  rig->SetMethod(smCZT);
+  rig->SetWindow(window);
+  rig->CZT()->SetStopFrequency(stop);  // first: a start above the stop would push it
+  rig->CZT()->SetStartFrequency(start);
+  rig->CZT()->SetFrequencyStep(step);
+}
+
+}  // namespace
+
 TEST(ZoomSettings, StartAndStopPushEachOtherAndStepAndStartRadiusAreClamped) {
   TSpectrumAnalyzer an(nullptr);
   TSpectrumCZT& z = *an.CZT();
@@ -43,11 +56,7 @@ TEST(Zoom, AxisAndScaleMatchTheDirectTransform) {
   const TVec x = Sum(Sine(L, fs, 123.4, 2.0, 0.3), Noise(L, 8, 0.1));
   TRig rig(fs);
   rig.source->SetBandWidthL(0.0);
-  rig->SetMethod(smCZT);
-  rig->SetWindow(wtHanning);
-  rig->CZT()->SetStopFrequency(130.0);
-  rig->CZT()->SetStartFrequency(120.0);
-  rig->CZT()->SetFrequencyStep(0.1);
+  Zoom(rig, wtHanning, 120.0, 130.0, 0.1);
   rig->SetDCDump(false);
   rig.Feed(x);
   const int m = 100;
@@ -75,11 +84,7 @@ TEST(Zoom, ATonesReadsItsAmplitudeAndTheAxisCarriesTheInputOffset) {
   const double fs = 1000.0;
   const int L = 800;
   TRig rig(fs);
-  rig->SetMethod(smCZT);
-  rig->SetWindow(wtBlackman);
-  rig->CZT()->SetStopFrequency(-240.0);
-  rig->CZT()->SetStartFrequency(-260.0);
-  rig->CZT()->SetFrequencyStep(0.25);
+  Zoom(rig, wtBlackman, -260.0, -240.0, 0.25);
   rig.source->SetComplex(true);
   rig.Feed(ComplexTone(L, fs, -251.25, 0.6, 0.4));
   ASSERT_EQ(rig->Length(), 80);
@@ -88,11 +93,7 @@ TEST(Zoom, ATonesReadsItsAmplitudeAndTheAxisCarriesTheInputOffset) {
   EXPECT_NEAR(rig->Amplt().Values(k), 0.6, 0.6 * 1e-8);  // the table factor's 9 digits
   // A real tone reads half its amplitude; its image at −f is 500 lines of the frame away.
   TRig real(fs);
-  real->SetMethod(smCZT);
-  real->SetWindow(wtHanning);
-  real->CZT()->SetStopFrequency(260.0);
-  real->CZT()->SetStartFrequency(240.0);
-  real->CZT()->SetFrequencyStep(0.25);
+  Zoom(real, wtHanning, 240.0, 260.0, 0.25);
   real.source->SetBandWidthL(50.0);  // the frame's band starts at 50 Hz
   real.Feed(Sine(L, fs, 251.25, 0.6));
   EXPECT_DOUBLE_EQ(real->BandWidthL(), 290.0);

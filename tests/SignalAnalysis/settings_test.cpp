@@ -18,7 +18,7 @@ void ondrix::testing::RegisterPropertyTableClasses() {
   RegisterSignalAnalysisClasses();
 }
 
-TEST(AnalyzerSettings, LogSpanValuesAndTheBandListTravelWithTheSettings) {
+TEST(AnalyzerSettings, LogSpanValuesAndTheZoomAndBandListTravelWithTheSettings) {
   TSpectrumAnalyzer a(nullptr);
   EXPECT_TRUE(a.MultiChannel());
   EXPECT_TRUE(a.UsesInputs());
@@ -32,7 +32,7 @@ TEST(AnalyzerSettings, LogSpanValuesAndTheBandListTravelWithTheSettings) {
     a.SetLogSpan(static_cast<TLogSpan>(s));
     EXPECT_EQ(a.LogSpanValue(), spans[s]);
   }
-  // Stop before start: the CZT band must not be reordered by the first setter.
+  // The property table's move leaves StopFrequency at 0.5: a band is carried here.
   a.CZT()->SetStopFrequency(300.0);
   a.CZT()->SetStartFrequency(200.0);
   a.Bands()->SetOctaveBands(125, 1000);
@@ -52,14 +52,21 @@ TEST(AnalyzerSettings, LogSpanValuesAndTheBandListTravelWithTheSettings) {
   }
 }
 
-TEST(AnalyzerSettings, TheUnitRegistersItsClasses) {
-  const TClassInfo* c = GetClass("TSpectrumAnalyzer");
-  ASSERT_NE(c, nullptr);
+TEST(AnalyzerSettings, TheUnitRegistersItsClassesAndItsListsMakeTheirItems) {
   auto made = CreateComponentByName("TSpectrumAnalyzer");
   ASSERT_NE(dynamic_cast<TSpectrumAnalyzer*>(made.get()), nullptr);
   for (const char* name : {"TSpectrumStats", "TSpectrumPeaksAnalyzer", "TSpectrumPeakInterpolation", "TSpectrumCZT",
-                           "TSpectrumBandsAnalyzer", "TBandRecord", "TSpectrumReport"})
+                           "TSpectrumBandsAnalyzer", "TSpectrumBands", "TBandRecord", "TSpectrumReport",
+                           "TCrossSpectrumAnalyzer", "TCrossAnalyzer", "TBiSpectrumAnalyzer", "TBiAnalyzer",
+                           "TSignalAnalyzer", "TSignalReport"})
     EXPECT_NE(GetClass(name), nullptr) << name;
+  for (const char* name : {"TCrossSpectrumAnalyzerList", "TBiSpectrumAnalyzerList", "TSignalAnalyzerList"}) {
+    auto list = CreateComponentByName(name);
+    auto* l = dynamic_cast<TAnalysisList*>(list.get());
+    ASSERT_NE(l, nullptr) << name;
+    l->SetCount(1);
+    EXPECT_EQ(std::string(l->Items(0)->ClassName()) + "List", name);
+  }
 }
 
 TEST(AnalyzerSettings, AutoCalculateUpdatesAtOnce) {

@@ -10,7 +10,6 @@
 #include "../common/vec_compare.h"
 #include "../sigcore/reference_records.h"
 #include "analyzer_helpers.h"
-#include "ondrix/framework/Registry.h"
 #include "ondrix/framework/TStream.h"
 #include "ondrix/vec/calcbase.h"
 
@@ -88,7 +87,6 @@ TEST(SignalAnalyzer, CorrTapsRulesAndASingleInputCrossCorrelation) {
   TSignalAnalyzer b(nullptr);
   b.LoadFromStream(m);
   EXPECT_EQ(b.CorrTaps2(), 3);
-  EXPECT_NE(GetClass("TSignalAnalyzerList"), nullptr);
 }
 
 TEST(SignalAnalyzer, IntegratesFramesAsOneStream) {

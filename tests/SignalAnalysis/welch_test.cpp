@@ -41,43 +41,32 @@ void Average(TRig& rig, const TVec& x, int n, int frames) {
 
 }  // namespace
 
-TEST_F(Welch, OneSidedAveragedPowerMatchesScipy) {
-  const TVec x = test::ToVec(r[1]);
+// One-sided, welch doubles the lines between 0 Hz and fs/2; two-sided (a complex signal),
+// line i lies at −fs/2 + i·fs/n while welch keeps the FFT order.
+TEST_F(Welch, OneAndTwoSidedAveragedPowerMatchesScipy) {
   // Hamming's fixed correction 1.85185185 carries 9 digits: 2·10⁻⁹ on a power.
-  const std::pair<TSignalWindowType, double> cases[] = {{wtHanning, 1e-12}, {wtHamming, 3e-9}, {wtBartlett, 1e-12}};
-  for (int c = 0; c < 3; ++c) {
+  const struct {
+    TSignalWindowType window;
+    int signal, power;  // records
+    double tol;
+  } cases[] = {{wtHanning, 1, 2, 1e-12}, {wtHamming, 1, 3, 3e-9}, {wtBartlett, 1, 4, 1e-12}, {wtHanning, 5, 6, 1e-12}};
+  for (const auto& c : cases) {
+    const bool complex = c.signal == 5;
     TRig rig(fs);
-    rig->SetWindow(cases[c].first);
-    Average(rig, x, n, frames);
-    ASSERT_EQ(rig->Length(), n / 2);
+    rig->SetWindow(c.window);
+    Average(rig, test::ToVec(r[c.signal], complex), n, frames);
+    const int lines = complex ? n : n / 2;
+    ASSERT_EQ(rig->Length(), lines);
     ASSERT_EQ(rig->Stats()->Averaged(), static_cast<unsigned>(frames));
-    const std::vector<double>& p = r[2 + c];
+    const std::vector<double>& p = r[c.power];
     double top = 0, err = 0;
     for (double v : p) top = std::max(top, v);
-    for (int k = 0; k < n / 2; ++k) {
-      const double ours = (k == 0 ? 1.0 : 2.0) * rig->Amplt().Values(k);
+    for (int i = 0; i < lines; ++i) {
+      const int k = complex ? (i + n / 2) % n : i;
+      const double ours = (complex || i == 0 ? 1.0 : 2.0) * rig->Amplt().Values(i);
       err = std::max(err, std::fabs(ours - p[k]) / std::max(p[k], 1e-6 * top));
     }
-    EXPECT_LT(err, cases[c].second) << "window " << cases[c].first;
-    EXPECT_EQ(rig->LineFrequency(n / 8), n / 8 * fs / n);
+    EXPECT_LT(err, c.tol) << "window " << c.window << (complex ? ", complex" : "");
+    EXPECT_DOUBLE_EQ(rig->LineFrequency(n / 8), (complex ? -fs / 2 : 0.0) + n / 8 * fs / n);
   }
-}
-
-TEST_F(Welch, TwoSidedAveragedPowerOfAComplexSignalMatchesScipy) {
-  const TVec xc = test::ToVec(r[5], true);
-  TRig rig(fs);
-  rig->SetWindow(wtHanning);
-  Average(rig, xc, n, frames);
-  ASSERT_EQ(rig->Length(), n);
-  const std::vector<double>& p = r[6];  // FFT order
-  double top = 0, err = 0;
-  for (double v : p) top = std::max(top, v);
-  for (int i = 0; i < n; ++i) {
-    const int k = (i + n / 2) % n;  // line i lies at −fs/2 + i·fs/n
-    err = std::max(err, std::fabs(rig->Amplt().Values(i) - p[k]) / std::max(p[k], 1e-6 * top));
-  }
-  EXPECT_LT(err, 1e-12);
-  int peak = 0;
-  rig->Amplt().Max(peak);
-  EXPECT_NEAR(rig->LineFrequency(peak), -1500.0, fs / n);
 }

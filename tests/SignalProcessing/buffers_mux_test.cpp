@@ -103,44 +103,32 @@ TEST(SignalDecBuffer, SubBlocksLastPartFirstAndOnePullPerFactor) {
   EXPECT_EQ(dec.Factor(), 1);
 }
 
-TEST(SignalBuffer, StreamingReblocksRandomBlocksIntoTheStream) {
-  for (unsigned seed : {1u, 2u, 3u}) {
-    TBlockSource src;
-    const std::vector<double> stream = FillRandomBlocks(src, 60, 150, seed);
-    TSignalBuffer buf(nullptr);
-    buf.SetInput(&src);
-    buf.SetLength(64);
-    std::vector<double> joined;
-    for (const auto& b : PullBlocks(buf)) {
-      ASSERT_EQ(b.size(), 64u);
-      joined.insert(joined.end(), b.begin(), b.end());
-    }
-    const std::size_t whole = stream.size() / 64 * 64;
-    EXPECT_EQ(joined, Slice(stream, 0, whole)) << "seed " << seed;
-    EXPECT_EQ(buf.BufferedSamplesCount(), static_cast<int>(stream.size() - whole));
-    EXPECT_FALSE(buf.BufferOverrun());
-  }
-}
-
-TEST(SignalBuffer, OverlappingBlocksStartAtMultiplesOfTheStep) {
+// Streaming blocks follow each other, overlapping ones start at multiples of the step; the
+// samples short of the next block stay buffered.
+TEST(SignalBuffer, BlocksStartAtMultiplesOfTheStep) {
   const struct {
+    bool overlapping;
     double overlap;
     int step;
-  } cases[] = {{0, 64}, {25, 48}, {50, 32}, {90, 6}, {100, 1}};
+  } cases[] = {{false, 0, 64}, {true, 25, 48}, {true, 50, 32}, {true, 90, 6}, {true, 100, 1}};
   for (const auto& c : cases) {
     TBlockSource src;
     const std::vector<double> stream = FillRandomBlocks(src, 30, 100, 11);
     TSignalBuffer buf(nullptr);
     buf.SetInput(&src);
     buf.SetLength(64);
-    buf.SetBufferType(bftScrolling);
-    buf.SetUseOverlapping(true);
-    buf.SetOverlapping(c.overlap);
+    if (c.overlapping) {
+      buf.SetBufferType(bftScrolling);
+      buf.SetUseOverlapping(true);
+      buf.SetOverlapping(c.overlap);
+    }
     EXPECT_EQ(buf.ReadStep(), c.step);
     const auto blocks = PullBlocks(buf);
     ASSERT_EQ(blocks.size(), (stream.size() - 64) / c.step + 1) << c.overlap;
     for (std::size_t k = 0; k < blocks.size(); ++k)
       ASSERT_EQ(blocks[k], Slice(stream, k * c.step, 64)) << "overlap " << c.overlap << " block " << k;
+    EXPECT_EQ(buf.BufferedSamplesCount(), static_cast<int>(stream.size() - blocks.size() * c.step)) << c.overlap;
+    EXPECT_FALSE(buf.BufferOverrun());
   }
 }
 
@@ -197,17 +185,7 @@ TEST(SignalStoreBuffer, GrowsShiftsAndResets) {
   EXPECT_EQ(store.ActualBufferSize(), 16);
 }
 
-TEST(SignalMux, DemuxChannelAndMuxThreeInputs) {
-  TBlockSource stereo(2);
-  stereo.Blocks = {Ramp(200, 0)};
-  TSignalDemux demux(nullptr);
-  demux.SetInput(&stereo);
-  demux.SetChannel(1);
-  ASSERT_EQ(demux.Pull(), pipeOK);
-  for (int k = 0; k < 100; ++k) ASSERT_EQ(demux.Values(k), 2 * k + 1);
-  EXPECT_EQ(demux.Length(), 100);
-  EXPECT_EQ(demux.ChannelCount(), 1);
-
+TEST(SignalMux, MuxThreeInputs) {
   TBlockSource in[3];
   for (int i = 0; i < 3; ++i) in[i].Blocks = {Ramp(100, 1000 * i), Ramp(100, 0), Ramp(100, 0)};
   in[2].Blocks[1] = Ramp(99, 0);       // second block: input 2 is short
@@ -244,13 +222,6 @@ TEST(SignalMux, DemuxListAndMuxBackGiveTheStream) {
     std::vector<double> joined;
     for (std::size_t b = 0; b < src.Blocks.size(); ++b) {
       ASSERT_EQ(mux.Pull(), pipeOK);
-      if (b == 0) {
-        ASSERT_EQ(demux.Count(), 4);
-        for (int i = 0; i < 4; ++i) {
-          EXPECT_EQ(demux.Items(i)->Channel(), i);
-          EXPECT_EQ(demux.Items(i)->Input(), &src);
-        }
-      }
       EXPECT_EQ(mux.ChannelCount(), 4);
       const auto v = Values(mux.Data());
       joined.insert(joined.end(), v.begin(), v.end());
@@ -267,6 +238,8 @@ TEST(SignalMux, DemuxListAndMuxBackGiveTheStream) {
   ASSERT_EQ(src.Pull(), pipeOK);
   demux.Items(1)->SetChannel(3);
   demux.Update();
+  ASSERT_EQ(demux.Items(1)->Length(), 10);
+  EXPECT_EQ(demux.Items(1)->ChannelCount(), 1);
   for (int k = 0; k < 10; ++k) {
     ASSERT_EQ(demux.Items(0)->Values(k), 4 * k);
     ASSERT_EQ(demux.Items(1)->Values(k), 4 * k + 3);

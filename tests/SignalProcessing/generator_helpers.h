@@ -30,7 +30,7 @@ void SetLines(TSignalGenerator& g, R&&... lines) {
 }
 
 /// The samples (doubles) of `blocks` successive pulls, one after the other.
-inline std::vector<double> Pull(TSignalGenerator& g, int blocks) {
+inline std::vector<double> Pull(TSignal& g, int blocks) {
   std::vector<double> out;
   for (int b = 0; b < blocks; ++b) {
     g.Pull();

@@ -88,7 +88,6 @@ TEST(GeneratorBlocks, LinesThatAreNotContinuousRestartEveryBlock) {
     auto g = Gen(1000.0, 128, line);
     std::vector<double> b1 = Pull(*g, 1);
     EXPECT_EQ(Pull(*g, 1), b1) << FuncToString(line.FuncType);
-    EXPECT_EQ(Pull(*g, 1), b1) << FuncToString(line.FuncType);
   }
   // The sine restarts at its start phase, the noise at the vector library's seed 999.
   EXPECT_NEAR(Pull(*Gen(1000.0, 128, FunctionLine(funSine, {100.0, 30.0, 1.0}, false, false)), 2)[128], 0.5, 1e-15);

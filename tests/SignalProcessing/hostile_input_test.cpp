@@ -20,6 +20,7 @@
 #include "ondrix/framework/Registry.h"
 #include "ondrix/framework/Settings.h"
 #include "ondrix/framework/errors.h"
+#include "tests/common/reference.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define ONDRIX_HOSTILE_ASAN 1
@@ -30,6 +31,7 @@
 #endif
 
 using namespace ondrix;
+using ondrix::testing::Raises;
 
 namespace {
 
@@ -234,12 +236,7 @@ TEST(HostileInput, CountsAreCheckedBeforeTheyAreConverted) {
   EXPECT_EQ(CheckCount(m, 9, 8, "count", 7), 9);  // the ninth may be cut short
   EXPECT_THROW(CheckCount(m, 10, 8, "count", 7), EReadError);  // a tenth is not there at all
   EXPECT_THROW(CheckCount(m, INT32_MAX, std::int64_t{1} << 40, "count"), EReadError);  // the product overflows
-  try {
-    CheckCount(m, -1, 1, "TLoader: size");
-    FAIL();
-  } catch (const EReadError& e) {
-    EXPECT_STREQ(e.what(), "TLoader: size out of range");
-  }
+  EXPECT_THAT([&] { CheckCount(m, -1, 1, "TLoader: size"); }, Raises<EReadError>("TLoader: size out of range"));
 }
 
 TEST(HostileInput, DeeplyNestedComponentsAreRefusedAtAFixedDepth) {

@@ -15,7 +15,9 @@
 #include "tests/common/reference.h"
 
 using namespace ondrix;
+using ondrix::testing::MaxDiff;
 using ondrix::testing::Raises;
+using ondrix::testing::Values;
 
 namespace {
 
@@ -54,8 +56,9 @@ TVec InRandomBlocks(TSignalMultiRate& c, const TVec& x, unsigned seed, int lo, i
   return out;
 }
 
+template <class T = TSignalDecimator>
 std::unique_ptr<TSignalMultiRate> Decimator(int factor, int envelope = 0, bool filterLast = false) {
-  auto d = std::make_unique<TSignalDecimator>(nullptr);
+  auto d = std::make_unique<T>(nullptr);
   d->SetFactor(factor);
   d->SetEnvelopeFactor(envelope);
   d->SetLastStageFilterOnly(filterLast);
@@ -76,10 +79,11 @@ std::unique_ptr<TSignalMultiRate> Demodulator(double freq, double width) {
   return d;
 }
 
-std::unique_ptr<TSignalMultiRate> Envelope(int factor) {
-  auto d = std::make_unique<TSignalEnvelopeDetector>(nullptr);
-  d->SetFactor(factor);
-  return d;
+/// Largest |y[j] − want(j)| from output `from` on (the start-up response skipped).
+double WorstFrom(const TVec& y, int from, const std::function<double(int)>& want) {
+  double worst = 0;
+  for (int j = from; j < y.Length(); ++j) worst = std::max(worst, std::fabs(y.Values(j) - want(j)));
+  return worst;
 }
 
 }  // namespace
@@ -160,8 +164,7 @@ TEST(MultiRate, Messages) {
   i.SetFactor(1);
   const TVec x = Cosine(100, 0.3);
   i.Process(x, y);
-  EXPECT_EQ(y.Length(), 100);
-  for (int k = 0; k < 100; ++k) EXPECT_EQ(y.Values(k), x.Values(k));
+  EXPECT_EQ(Values(y), Values(x));
 }
 
 // A decimated stop-band tone (at and beyond 1 + TransBW times the new Nyquist frequency) is at
@@ -215,10 +218,8 @@ TEST(MultiRate, DelayAlignsOutputWithInput) {
     TVec y;
     c->Process(x, y);
     const double delay = c->Delay();
-    double worst = 0;
-    for (int j = static_cast<int>(2 * delay / fo) + 1; j < y.Length(); ++j)
-      worst = std::max(worst, std::fabs(y.Values(j) - std::cos(TWOPI * f * (j * fo - delay) + phase)));
-    EXPECT_LT(worst, 1e-3) << c->ClassName() << ", delay " << delay;
+    const auto tone = [&](int j) { return std::cos(TWOPI * f * (j * fo - delay) + phase); };
+    EXPECT_LT(WorstFrom(y, static_cast<int>(2 * delay / fo) + 1, tone), 1e-3) << c->ClassName() << ", delay " << delay;
   }
 }
 
@@ -230,7 +231,7 @@ TEST(MultiRate, RandomBlockSplitsGiveTheWholeStream) {
   const std::pair<std::function<std::unique_ptr<TSignalMultiRate>()>, int> makers[] = {
       {[] { return Decimator(8); }, 1},           {[] { return Decimator(16, 4, true); }, 1},
       {[] { return Interpolator(4); }, 1},        {[] { return Demodulator(0.15, 0.06); }, 2},
-      {[] { return Envelope(4); }, 4}};
+      {[] { return Decimator<TSignalEnvelopeDetector>(4); }, 4}};
   for (const auto& [make, step] : makers) {
     auto whole = make();
     TVec ref;
@@ -238,10 +239,7 @@ TEST(MultiRate, RandomBlockSplitsGiveTheWholeStream) {
     for (unsigned seed : {1u, 2u}) {
       auto parts = make();
       const TVec y = InRandomBlocks(*parts, x, seed, 1, 700, step);
-      ASSERT_EQ(y.Length(), ref.Length()) << whole->ClassName();
-      double err = 0;
-      for (int i = 0; i < y.Length(); ++i) err = std::max(err, std::fabs(y.Values(i) - ref.Values(i)));
-      EXPECT_LE(err, 1e-12 * ref.RMS()) << whole->ClassName();
+      EXPECT_LE(MaxDiff(y, ref), 1e-12 * ref.RMS()) << whole->ClassName();  // huge when the lengths differ
     }
   }
 }
@@ -249,6 +247,8 @@ TEST(MultiRate, RandomBlockSplitsGiveTheWholeStream) {
 // The band [200, 325] Hz of a 1 kHz stream comes out at 250 Hz with the band's lower edge
 // at 0 Hz: a tone at 200 Hz + f0 reads f0 with its amplitude, its carrier phase advanced by
 // π·Delay/Factor; tones outside the kept band are rejected as the ripple says.
+// (The demodulator keeps the zero end taps of its half-band design; trimming them would
+// shorten its Delay by the same amount as the output's, which this test cannot tell apart.)
 TEST(MultiRate, DemodulatorShiftsItsBandToTheNewRate) {
   TSignal src(nullptr);
   src.SetSamplingFrequency(1000.0);
@@ -265,11 +265,8 @@ TEST(MultiRate, DemodulatorShiftsItsBandToTheNewRate) {
   EXPECT_EQ(m.SamplingFrequency(), 250.0);
   EXPECT_EQ(m.BandWidthL(), 200.0);
   ASSERT_EQ(m.Length(), 2048);
-  double worst = 0;
-  for (int j = static_cast<int>(2 * delay / 4) + 1; j < m.Length(); ++j)
-    worst = std::max(worst, std::fabs(m.Values(j) - 0.8 * std::cos(TWOPI * (f0 / 250.0) * (j - delay / 4) + 0.3 +
-                                                                    PI * delay / 8)));
-  EXPECT_LT(worst, 1e-3);
+  const auto tone = [&](int j) { return 0.8 * std::cos(TWOPI * f0 / 250.0 * (j - delay / 4) + 0.3 + PI * delay / 8); };
+  EXPECT_LT(WorstFrom(m.Data(), static_cast<int>(2 * delay / 4) + 1, tone), 1e-3);
   for (double hz : {100.0, 190.0, 336.0, 480.0}) {
     TSignalDemodulator r(nullptr);
     r.SetSubBandFrequency(0.2);
@@ -294,10 +291,8 @@ TEST(MultiRate, EnvelopeOfAnAmplitudeModulatedTone) {
   TVec y;
   e.Process(x, y);
   const double delay = e.Delay();
-  double worst = 0;
-  for (int j = static_cast<int>(2 * delay / 8) + 1; j < y.Length(); ++j)
-    worst = std::max(worst, std::fabs(y.Values(j) - amp * (1 + mod * std::cos(TWOPI * fm * (8 * j - delay)))));
-  EXPECT_LT(worst, 0.01 * amp);
+  const auto envelope = [&](int j) { return amp * (1 + mod * std::cos(TWOPI * fm * (8 * j - delay))); };
+  EXPECT_LT(WorstFrom(y, static_cast<int>(2 * delay / 8) + 1, envelope), 0.01 * amp);
 
   TSignalDecimator r(nullptr);
   r.SetFactor(16);
@@ -338,10 +333,10 @@ TEST(MultiRate, ExternalTapsAndTheTapsEvent) {
   for (int j = 0; j < 4; ++j) EXPECT_EQ(y.Values(j), want[j]) << j;
 }
 
-TEST(MultiRate, ListsMakeTheirItemClass) {
+TEST(ProcessingLists, MakeItemsOfTheirClass) {
   RegisterSignalProcessingClasses();
   for (const char* name : {"TSignalDecimatorList", "TSignalInterpolatorList", "TSignalDemodulatorList",
-                           "TSignalEnvelopeDetectorList"}) {
+                           "TSignalEnvelopeDetectorList", "TSpectrumFilterList"}) {
     auto list = CreateComponentByName(name);
     auto* l = dynamic_cast<TSignalList*>(list.get());
     ASSERT_NE(l, nullptr) << name;

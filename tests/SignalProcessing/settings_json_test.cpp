@@ -75,13 +75,7 @@ protected:
 
   /// Three blocks pulled from the graph's filter.
   static std::vector<double> Output(TComponent& Graph) {
-    auto& f = dynamic_cast<TSignalFilter&>(*Graph.FindComponent("Filt"));
-    std::vector<double> out;
-    for (int b = 0; b < 3; ++b) {
-      f.Pull();
-      out.insert(out.end(), f.Data().PValues(), f.Data().PValues() + f.Data().RealLength());
-    }
-    return out;
+    return Pull(dynamic_cast<TSignalFilter&>(*Graph.FindComponent("Filt")), 3);
   }
 };
 
@@ -94,6 +88,9 @@ TEST_F(SettingsJson, HandWrittenAndOldFilesGiveTheGraphBuiltInCode) {
 
   std::unique_ptr<TComponent> hand = LoadComponentFromJson(kHandWritten);
   EXPECT_EQ(Output(*hand), expected);
+  std::unique_ptr<TComponent> plain = Build(false);  // lines and no snapshot to refill them
+  plain->SetDesigning(true);                          // so that the link is saved
+  EXPECT_EQ(Output(*LoadComponentFromJson(SaveComponentToJson(*plain))), expected);
 
   std::unique_ptr<TComponent> old = LoadComponentFromJson(kOldForm);
   EXPECT_EQ(Output(*old), expected);
@@ -159,32 +156,25 @@ TEST_F(SettingsJson, EveryFunctionAndOperatorSurvivesTheJsonForm) {
 }
 
 TEST_F(SettingsJson, MalformedArraysNameThePlaceAndChangeNothing) {
+  const std::string lines = "/components/0/properties/Sounds/properties/Template";
+  const std::string bands = "/components/1/properties/Filters/properties/Bands";
   struct TCase {
-    const char* Pointer;  // where in kHandWritten the bad value goes
+    std::string Pointer;  // where in kHandWritten the bad value goes
     const char* Value;
     const char* Needle;
   };
   const TCase cases[] = {
-      {"/components/0/properties/Sounds/properties/Template/1/function", R"("sinus")",
-       "Graph/Gen.Sounds.Template[1].function: unknown function \"sinus\""},
-      {"/components/0/properties/Sounds/properties/Template/0/params", "[1, 2, 3, 4, 5, 6, 7, 8]",
-       "Template[0].params: at most 7 parameters allowed, 8 given"},
-      {"/components/0/properties/Sounds/properties/Template/0/params", R"([1, "x"])",
-       "Template[0].params[1]: a number expected"},
-      {"/components/0/properties/Sounds/properties/Template/2/active", R"("yes")",
-       "Template[2].active: true or false expected"},
-      {"/components/0/properties/Sounds/properties/Template/2/complex", "true",
-       "Template[2]: unknown entry \"complex\""},
-      {"/components/0/properties/Sounds/properties/Template/2/function", R"("sine")",
-       "Template[2]: either \"function\" or \"operator\" expected"},
-      {"/components/0/properties/Sounds/properties/Template", R"({"function": "sine"})",
-       "Graph/Gen.Sounds.Template: an array of lines expected"},
+      {lines + "/1/function", R"("sinus")", "Graph/Gen.Sounds.Template[1].function: unknown function \"sinus\""},
+      {lines + "/0/params", "[1, 2, 3, 4, 5, 6, 7, 8]", "Template[0].params: at most 7 parameters allowed, 8 given"},
+      {lines + "/0/params", R"([1, "x"])", "Template[0].params[1]: a number expected"},
+      {lines + "/2/active", R"("yes")", "Template[2].active: true or false expected"},
+      {lines + "/2/complex", "true", "Template[2]: unknown entry \"complex\""},
+      {lines + "/2/function", R"("sine")", "Template[2]: either \"function\" or \"operator\" expected"},
+      {lines, R"({"function": "sine"})", "Graph/Gen.Sounds.Template: an array of lines expected"},
       {"/components/0/properties/Sounds/binary", R"({"Template": ""})",
        "Gen.Sounds: property Template is given both as JSON and as binary data"},
-      {"/components/1/properties/Filters/properties/Bands/0/Gain", R"("high")",
-       "Graph/Filt.Filters.Bands[0].Gain: a number expected"},
-      {"/components/1/properties/Filters/properties/Bands/0/Flag", "300",
-       "Bands[0].Flag: an integer from 0 to 255 expected"},
+      {bands + "/0/Gain", R"("high")", "Graph/Filt.Filters.Bands[0].Gain: a number expected"},
+      {bands + "/0/Flag", "300", "Bands[0].Flag: an integer from 0 to 255 expected"},
   };
   for (const TCase& c : cases) {
     json j = json::parse(kHandWritten);

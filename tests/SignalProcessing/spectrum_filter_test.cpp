@@ -2,12 +2,9 @@
 // tests/gen_timeanalysis_reference.py), its pass-through, clamping, framing and failure.
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "../common/vec_compare.h"
 #include "../sigcore/reference_records.h"
 #include "ondrix/SignalProcessing/SignalProcessing.h"
-#include "ondrix/framework/Registry.h"
 
 using namespace ondrix;
 using namespace ondrix::testing;
@@ -30,7 +27,7 @@ TVec Filter(const TVec& x, int smoothing = -1) {
 
 TEST(SpectrumFilter, SmoothingIsClampedAndBelow3PassesThrough) {
   TSpectrumFilter f(nullptr);
-  EXPECT_EQ(f.Smoothing(), 0);
+  EXPECT_EQ(f.Smoothing(), 0);  // published without a default: not in the property table
   const std::pair<int, int> stored[] = {{1, 2}, {-7, 2}, {3, 3}, {2000, 1000}};
   for (const auto& [in, out] : stored) {
     f.SetSmoothing(in);
@@ -39,7 +36,6 @@ TEST(SpectrumFilter, SmoothingIsClampedAndBelow3PassesThrough) {
   TVec x(1000);  // no whole frame, but a pass-through does not frame
   x.RandGauss(5, 0.0, 1.0);
   for (int s : {-1, 1, 2}) EXPECT_TRUE(Near(Filter(x, s), x, 0.0)) << s;
-  EXPECT_NE(GetClass("TSpectrumFilterList"), nullptr);
 }
 
 TEST(SpectrumFilter, FramesMatchNumpyAndAFlatAmplitudeComesBack) {
@@ -62,12 +58,7 @@ TEST(SpectrumFilter, PartialFrameRaisesAndEmptyInputGivesEmptyOutput) {
   f.SetName("SpectrumFilter");
   f.SetInput(&src);
   f.SetSmoothing(9);
-  try {
-    f.Update();
-    ADD_FAILURE() << "no exception";
-  } catch (const Exception& e) {
-    EXPECT_EQ(std::string(e.what()), "SpectrumFilter: Special filter error!");
-  }
+  EXPECT_THAT([&] { f.Update(); }, Raises<Exception>("SpectrumFilter: Special filter error!"));
   EXPECT_EQ(f.Length(), 1000);  // resized, not filled
   EXPECT_EQ(Filter(TVec(0), 9).Length(), 0);
 }

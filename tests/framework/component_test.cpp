@@ -170,6 +170,8 @@ TEST(Destruction, FailingConstructorGivesTheOwnerSlotBack) {
 }
 
 // Random graphs of owned and unowned nodes with random links, destroyed in random order.
+// (A list takes each unowned item out before destroying it; libstdc++'s pop_back also shrinks
+// the vector before the destructor runs, so without that step nothing here would differ.)
 TEST(Destruction, RandomisedCreateLinkDestroy) {
   std::mt19937 rng(12345);
   const std::size_t before = TTestNode::Live().size();

@@ -399,5 +399,15 @@ TEST_F(Settings, FileVersions) {
   std::filesystem::remove_all(dir);
 }
 
+// Record fields: an integer is taken up to and including its bounds.
+TEST(JsonRecordReader, IntegerBoundsAreInclusive) {
+  const TFiler::TJson rec = {{"lo", 0}, {"hi", 255}, {"over", 256}};
+  TJsonRecordReader r(rec, 3);
+  EXPECT_EQ(r.Integer("lo", 0, 255, 7), 0);
+  EXPECT_EQ(r.Integer("hi", 0, 255, 7), 255);
+  EXPECT_EQ(r.Integer("none", 0, 255, 7), 7);
+  EXPECT_THROW(r.Integer("over", 0, 255, 7), EJsonPropertyError);
+}
+
 }  // namespace
 }  // namespace ondrix::test

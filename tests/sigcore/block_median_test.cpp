@@ -9,6 +9,7 @@
 
 using namespace ondrix;
 
+// The padded copy needs at least n + L - 1 values; a larger buffer changes nothing.
 TEST(BlockMedian, MatchesNumpyWithReflectedAndWrappedEnds) {
   const auto r = test::ReadRecords("ta_median.f64");
   ASSERT_EQ(r.size(), 2 + 2 * r[0].size());
@@ -20,9 +21,8 @@ TEST(BlockMedian, MatchesNumpyWithReflectedAndWrappedEnds) {
 }
 
 TEST(BlockMedian, NaNSortsAboveNumbersAndBadArgumentsRaise) {
-  TVec x(5);
-  const double v[] = {5, NAN, 1, 2, 8}, med[] = {NAN, 5, 2, 2, 2};  // windows NaN 5 NaN, 5 NaN 1, ...
-  for (int i = 0; i < 5; ++i) x.Values(i) = v[i];
+  TVec x = test::ToVec({5, NAN, 1, 2, 8});
+  const double med[] = {NAN, 5, 2, 2, 2};  // windows NaN 5 NaN, 5 NaN 1, ...
   BlockMedian(x, x, 3, meReflect);
   for (int i = 0; i < 5; ++i) EXPECT_TRUE(x.Values(i) == med[i] || (std::isnan(x.Values(i)) && std::isnan(med[i])));
   EXPECT_THROW(BlockMedian(x, x, 0, meWrap), EVecError);

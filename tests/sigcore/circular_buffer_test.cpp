@@ -90,7 +90,6 @@ TEST(CircularBuffer, FlagsAndComplexElements) {
   WriteToCircularBuffer(cb, ring, src);
   WriteToCircularBuffer(cb, ring, src);  // 6 into 4 places
   EXPECT_TRUE(cb.Overrun);
-  EXPECT_EQ(PeekCircularBuffer(cb), 4);
   EXPECT_EQ(CircularBufferGrowth(cb, 5), 8);  // doubles with IncrementStep 1
   EXPECT_EQ(CircularBufferGrowth(cb, 20), 20);
 }

@@ -27,7 +27,7 @@ TVec Noise(int n, bool complex, unsigned seed) {
 }
 
 // Runs a test body with the AVX2 kernels (where the CPU has them) and with the portable ones.
-class BothKernels : public ::testing::TestWithParam<bool> {
+class Kernels : public ::testing::TestWithParam<bool> {
 protected:
   void SetUp() override { kernels::UsePortableKernels(GetParam()); }
   void TearDown() override { kernels::UsePortableKernels(false); }
@@ -35,15 +35,11 @@ protected:
 
 }  // namespace
 
-using FirKernels = BothKernels;
-using IirKernels = BothKernels;
-INSTANTIATE_TEST_SUITE_P(FirState, FirKernels, ::testing::Values(false, true),
-                         [](const auto& info) { return info.param ? "Portable" : "Native"; });
-INSTANTIATE_TEST_SUITE_P(IirState, IirKernels, ::testing::Values(false, true),
+INSTANTIATE_TEST_SUITE_P(FilterState, Kernels, ::testing::Values(false, true),
                          [](const auto& info) { return info.param ? "Portable" : "Native"; });
 
 // Rate changes with and without phases, real and complex taps and data.
-TEST_P(FirKernels, MatchesUpfirdnAndIsChunkInvariant) {
+TEST_P(Kernels, FirMatchesUpfirdnAndIsChunkInvariant) {
   const auto r = ReadRecords("filt_upfirdn.f64");
   ASSERT_EQ(r.size(), 24u);
   const TVec xr = ToVec(r[0]), xc = ToVec(r[1], true), hr = ToVec(r[2]), hc = ToVec(r[3], true);
@@ -72,7 +68,7 @@ TEST_P(FirKernels, MatchesUpfirdnAndIsChunkInvariant) {
 }
 
 // The one-sample step of a 101-tap single-rate filter continues the block stream, both ways.
-TEST_P(FirKernels, OneSampleStepJoinsTheBlockStream) {
+TEST_P(Kernels, FirOneSampleStepJoinsTheBlockStream) {
   TVec h(101);
   FirImpulse(h, {0.3}, 2.0, wtKaiser, ftLowpass, 8.0);
   const TVec x = Noise(5000, false, 7);
@@ -93,18 +89,16 @@ TEST_P(FirKernels, OneSampleStepJoinsTheBlockStream) {
 }
 
 // Long filters take the FFT (overlap-save) path on long blocks and direct sums on short
-// ones: the stream agrees with direct sums, across block splits (written over the input)
-// and in place within 1e-12.
-TEST_P(FirKernels, LongFiltersByFftAgree) {
+// ones: the stream agrees with direct sums, and across block splits (filtered in place) within 1e-12.
+TEST_P(Kernels, FirLongFiltersByFftAgree) {
   for (int taps : {80, 101, 700}) {
     SCOPED_TRACE(std::to_string(taps) + " taps");
     TVec h(taps);
     FirImpulse(h, {0.1, 0.3}, 2.0, wtBlackman, ftBandpass, 0);
     const TVec x = Noise(30000, false, 17);
-    TFirState a, b, c;
+    TFirState a, b;
     FirInit(h, a);
     FirInit(h, b);
-    FirInit(h, c);
     EXPECT_GT(a.FftSize, 0);
     TVec whole;
     FirFilter(x, whole, a);
@@ -122,9 +116,6 @@ TEST_P(FirKernels, LongFiltersByFftAgree) {
       FirFilter(out, out, b);
     });
     EXPECT_LT(MaxAbsDiff(parts, whole), 1e-12 * MaxAbs(whole));
-    TVec inplace(x);
-    FirFilter(inplace, inplace, c);
-    EXPECT_LT(MaxAbsDiff(inplace, whole), 1e-12 * MaxAbs(whole));
     // Plain arrays in the same blocks take the same path as the vectors: equal to the bit.
     TFirState d;
     FirInit(h, d);
@@ -191,7 +182,7 @@ TEST(FirState, NoReallocationInSteadyState) {
   }
 }
 
-TEST_P(IirKernels, MatchesSosfiltAndIsChunkInvariant) {
+TEST_P(Kernels, IirMatchesSosfiltAndIsChunkInvariant) {
   const auto r = ReadRecords("filt_sosfilt.f64");
   ASSERT_EQ(r.size(), 15u);
   for (size_t c = 0; c < r.size(); c += 5) {
@@ -255,10 +246,8 @@ TEST_P(IirKernels, MatchesSosfiltAndIsChunkInvariant) {
   IirFilter(z.PValues(), 100, zr.PValues(), true, sr);
   EXPECT_EQ(MaxAbsDiff(zv, zr), 0.0);
   EXPECT_THROW(IirFilter(x.PValues(), 100, y.PValues(), false, sr), EVecError);
-  TVec bad(7);
-  EXPECT_THROW(IirInit(bad, st), EVecError);
-  TVec zero(6);
-  EXPECT_THROW(IirInit(zero, st), EVecError);
+  EXPECT_THROW(IirInit(TVec(7), st), EVecError);  // not whole sections
+  EXPECT_THROW(IirInit(TVec(6), st), EVecError);  // a0 = 0
 }
 
 TEST(MedianState, MatchesReferenceAndIsChunkInvariant) {
@@ -279,7 +268,7 @@ TEST(MedianState, MatchesReferenceAndIsChunkInvariant) {
     const TVec parts = InBlocks(x, RandomBlocks(x.Length(), 8), [&](const TVec& a, TVec& b) { MedianFilter(a, b, s2); });
     EXPECT_EQ(MaxAbsDiff(parts, whole), 0.0);
   }
-  // Complex data: the median of each component.
+  // Complex data: the median of each component (the stream code is shared with real data).
   auto median7 = [](const TVec& v) {
     TMedianState st;
     MedianInit(7, st);
@@ -289,10 +278,7 @@ TEST(MedianState, MatchesReferenceAndIsChunkInvariant) {
   };
   const TVec z = Noise(200, true, 12), yz = median7(z);
   EXPECT_EQ(MaxAbsDiff(yz, TVec().RealToCplx(median7(TVec().RealPart(z)), median7(TVec().ImagPart(z)))), 0.0);
-  TMedianState a, d;
-  MedianInit(7, d);
-  const TVec parts = InBlocks(z, RandomBlocks(200, 13), [&](const TVec& p, TVec& q) { MedianFilter(p, q, d); });
-  EXPECT_EQ(MaxAbsDiff(parts, yz), 0.0);
+  TMedianState a;
   EXPECT_THROW(MedianInit(5, a, 1), EVecError);  // window would reach into the future
   EXPECT_THROW(MedianInit(0, a), EVecError);
   TMedianState delay;

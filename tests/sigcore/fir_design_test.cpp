@@ -95,7 +95,7 @@ TEST(FirDesign, DifferentiatorAndHilbertResponses) {
   EXPECT_THROW(FirHilbert(hb2, wtKaiser, 8.0, 0.5, 0.3), EVecError);
 }
 
-TEST(SavGolay, MatchesSavgolCoeffs) {
+TEST(SavGolay, MatchesSavgolCoeffsAndMovingAverage) {
   const auto recs = ReadRecords("filt_savgol.f64");
   ASSERT_EQ(recs.size(), 14u);
   for (size_t c = 0; c < recs.size(); c += 2) {
@@ -117,10 +117,7 @@ TEST(SavGolay, MatchesSavgolCoeffs) {
   EXPECT_NEAR(s3, 0.0, 1e-11);
   EXPECT_THROW(SavGolayImpulse(taps, 5, 5), EVecError);
   EXPECT_THROW(SavGolayImpulse(taps, 5, 2, 3), EVecError);
-}
-
-TEST(SavGolay, MovingAverageTaps) {
-  TVec taps;
+  // The moving average is the order-0 smoother, of any length.
   MovingAverageImpulse(taps, 4);
   ASSERT_EQ(taps.Length(), 4);
   for (int i = 0; i < 4; ++i) EXPECT_EQ(taps.Values(i), 0.25);

@@ -90,32 +90,6 @@ TEST(IirDesign, MatchesScipyZeroPoleGainAndSosResponse) {
   }
 }
 
-// The section and polynomial forms hold the same filter, in SciPy's layouts.
-TEST(IirDesign, SosAndTransferFunctionLayouts) {
-  const TZeroPole zp = EllipticFilter(5, 0.5, 60, {0.3}, ftLowpass);
-  TVec sos, num, den;
-  ZeroPoleToSos(zp, sos);
-  ASSERT_EQ(sos.Length(), 18);  // 5 poles and zeros -> 3 sections
-  for (int s = 0; s < 3; ++s) EXPECT_EQ(sos.Values(6 * s + 3), 1.0);
-  ZeroPoleToTransferFun(zp, num, den);
-  ASSERT_EQ(num.Length(), 6);
-  ASSERT_EQ(den.Length(), 6);
-  EXPECT_DOUBLE_EQ(den.Values(0), 1.0);
-  const TVec f = Grid(0.0, 1.0, 300);
-  TVec h1, h2;
-  SosResponse(sos, f, h1);
-  TransferFunResponse(num, den, f, h2);
-  EXPECT_LT(RelMaxError(h1, h2), 1e-11);
-  // Back from sections to zeros and poles; the padding section adds a pair at the origin.
-  const TZeroPole back = SosToZeroPole(sos);
-  std::vector<TCplx> z = zp.Zeros, p = zp.Poles;
-  z.push_back(0.0);
-  p.push_back(0.0);
-  EXPECT_LT(RootSetDistance(back.Poles, p), 1e-12);
-  EXPECT_LT(RootSetDistance(back.Zeros, z), 1e-12);
-  EXPECT_NEAR(back.Gain, zp.Gain, 1e-12 * zp.Gain);
-}
-
 // buttord / cheb1ord / cheb2ord / ellipord for all four band types. The bandstop search ends
 // on a kink of SciPy's objective, where one ulp of difference between NumPy's and the C
 // library's tan moves fminbound's path: there the natural frequencies agree to 1e-4 (the
@@ -181,7 +155,8 @@ TEST(IirOrder, EdgeFormAndBadTargets) {
   EXPECT_NEAR(hz.Wn[0], nq.Wn[0] * 4000, 1e-9);
 }
 
-TEST(IirDesign, NotchMatchesIirnotch) {
+// iirnotch's coefficients; the DC blocker's gains at DC, its edge and Nyquist.
+TEST(IirDesign, NotchMatchesIirnotchAndDcFilterGains) {
   const auto recs = ReadRecords("filt_notch.f64");
   ASSERT_EQ(recs.size(), 9u);
   for (size_t c = 0; c < recs.size(); c += 3) {
@@ -198,9 +173,6 @@ TEST(IirDesign, NotchMatchesIirnotch) {
     EXPECT_LT(std::abs(h.CValues(1)), 1e-10);  // poles 1e-4 away magnify rounding
     EXPECT_NEAR(std::abs(h.CValues(2)), 1.0, 1e-12);
   }
-}
-
-TEST(IirDesign, DcFilterGains) {
   for (double fc : {0.001, 0.1, 0.5, 0.9}) {
     TVec num, den, h;
     DcFilter(num, den, fc);
@@ -218,7 +190,7 @@ TEST(IirDesign, DcFilterGains) {
   EXPECT_NEAR(zp.Zeros[0].real(), 1.0, 1e-14);
 }
 
-TEST(IirDesign, TransferFunctionConversionsMatchScipy) {
+TEST(IirDesign, RepresentationConversionsMatchScipyAndEachOther) {
   const auto recs = ReadRecords("filt_tf.f64");
   ASSERT_EQ(recs.size(), 27u);
   for (size_t c = 0; c < recs.size(); c += 9) {
@@ -236,15 +208,35 @@ TEST(IirDesign, TransferFunctionConversionsMatchScipy) {
     EXPECT_NEAR(zp.Gain, recs[c + 8][0], 1e-14);
   }
   // Digital reading pads the shorter polynomial: z = 0 shows up where the degrees differ.
-  TVec num(1), den(3);
-  num.Values(0) = 1;
-  den.Values(0) = 1;
-  den.Values(1) = -0.5;
-  const TZeroPole zp = TransferFunToZeroPole(num, den);
-  ASSERT_EQ(zp.Zeros.size(), 2u);
-  EXPECT_EQ(std::abs(zp.Zeros[0]), 0.0);
+  const TVec one = ondrix::testing::Vec({1}), poly = ondrix::testing::Vec({1, -0.5, 0});
+  const TZeroPole pad = TransferFunToZeroPole(one, poly);
+  ASSERT_EQ(pad.Zeros.size(), 2u);
+  EXPECT_EQ(std::abs(pad.Zeros[0]), 0.0);
   TMtx a, b, c, d;
-  EXPECT_THROW(TransferFunToStateSpace(den, num, a, b, c, d), EVecError);
+  EXPECT_THROW(TransferFunToStateSpace(poly, one, a, b, c, d), EVecError);
+  // The section and polynomial forms of a design hold the same filter, in SciPy's layouts.
+  const TZeroPole zp = EllipticFilter(5, 0.5, 60, {0.3}, ftLowpass);
+  TVec sos, num, den;
+  ZeroPoleToSos(zp, sos);
+  ASSERT_EQ(sos.Length(), 18);  // 5 poles and zeros -> 3 sections
+  for (int s = 0; s < 3; ++s) EXPECT_EQ(sos.Values(6 * s + 3), 1.0);
+  ZeroPoleToTransferFun(zp, num, den);
+  ASSERT_EQ(num.Length(), 6);
+  ASSERT_EQ(den.Length(), 6);
+  EXPECT_DOUBLE_EQ(den.Values(0), 1.0);
+  const TVec f = Grid(0.0, 1.0, 300);
+  TVec h1, h2;
+  SosResponse(sos, f, h1);
+  TransferFunResponse(num, den, f, h2);
+  EXPECT_LT(RelMaxError(h1, h2), 1e-11);
+  // Back from sections to zeros and poles; the padding section adds a pair at the origin.
+  const TZeroPole back = SosToZeroPole(sos);
+  std::vector<TCplx> z = zp.Zeros, p = zp.Poles;
+  z.push_back(0.0);
+  p.push_back(0.0);
+  EXPECT_LT(RootSetDistance(back.Poles, p), 1e-12);
+  EXPECT_LT(RootSetDistance(back.Zeros, z), 1e-12);
+  EXPECT_NEAR(back.Gain, zp.Gain, 1e-12 * zp.Gain);
 }
 
 // Other transforms: without prewarping the edge moves toward DC as tan predicts; the
@@ -255,7 +247,6 @@ TEST(IirDesign, OtherFrequencyTransforms) {
     ZeroPoleResponse(zp, ondrix::testing::Vec({f}), h);
     return std::abs(h.CValues(0));
   };
-  EXPECT_NEAR(gain(ButterFilter(4, {0.5}, ftLowpass, 2.0, iftBilinear), 0.5), std::sqrt(0.5), 1e-12);
   // Bilinear maps analog ω to digital 2·atan(ω / (2fs)): the −3 dB point of the unwarped
   // design sits at (2/π)·atan(π/4) of Nyquist.
   const TZeroPole raw = ButterFilter(4, {0.5}, ftLowpass, 2.0, iftBilinearNoPrewarp);

@@ -25,6 +25,9 @@ TVec Lines(const TVec& w, int L, double cycles, double A, double phi) {
   return m;
 }
 
+// The coarse grid only brackets the minimum for the golden-section search that follows: a grid
+// that stops one point short of +0.5 still brackets it (the search interval reaches 0.5), so
+// the offset and amplitude come out the same.
 TEST(PeakFit, RecoversFrequencyAndAmplitudeForEveryWindowAndPadding) {
   const int N = 256;
   for (TSignalWindowType type : {wtRectangular, wtHanning, wtHamming, wtFlatTop, wtBlackmanHarris, wtKaiser}) {

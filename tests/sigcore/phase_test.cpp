@@ -145,31 +145,14 @@ TEST(GroupDelay, MatchesScipyGroupDelay) {
   EXPECT_LE(MaxAbsDiff(gd, ToVec(recs[6])), 1e-10);
 }
 
-TEST(GroupDelay, DelaysSingularBinsAndPhaseForm) {
-  // A pure delay of d samples has the group delay d at every bin; the transfer function of a
-  // sequence and its copy delayed by 3 has the delay 3.
-  TVec x(20);
-  x.SetZero();
-  x.Values(7) = 2.0;
-  TVec gd;
-  GroupDelay(gd, x, nullptr, 2);
-  ASSERT_EQ(gd.Length(), 64);
-  for (int k = 0; k < 64; ++k) EXPECT_NEAR(gd.Values(k), 7.0, 1e-12);
-  TVec a(10), b(13);
-  a.RandGauss(5, 0.0, 1.0);
-  b.SetZero();
-  b.Copy(a, 0, 3, 10);
-  GroupDelay(gd, a, &b, 4);
-  ASSERT_EQ(gd.Length(), 64);
-  for (int k = 0; k < 64; ++k) EXPECT_NEAR(gd.Values(k), 3.0, 1e-9) << k;
+TEST(GroupDelay, SingularBinsAndPhaseForm) {
   // [1, 1] has a zero at half the sampling frequency: no delay there, 0.5 elsewhere.
-  TVec two(2);
-  two.SetVal(1.0);
-  GroupDelay(gd, two, nullptr, 4);
-  ASSERT_EQ(gd.Length(), 8);
-  EXPECT_EQ(gd.Values(4), 0.0);
-  for (int k = 0; k < 8; ++k) {
-    if (k == 4) continue;
+  TVec gd;
+  GroupDelay(gd, ToVec({1, 1}), nullptr, 2);
+  ASSERT_EQ(gd.Length(), 4);
+  EXPECT_EQ(gd.Values(2), 0.0);
+  for (int k = 0; k < 4; ++k) {
+    if (k == 2) continue;
     EXPECT_NEAR(gd.Values(k), 0.5, 1e-12);
   }
 

