@@ -16,11 +16,11 @@ using namespace ondrix::testing;
 namespace {
 
 constexpr int kL = 256;
-constexpr double kFs = 256.0;
+constexpr double kRate = 256.0;
 
 /// Frame k: a tone whose amplitude and phase change from frame to frame, plus noise.
 TVec Frame(int k) {
-  return Sum(Sine(kL, kFs, 32.0, 1.0 + 0.1 * k, 0.7 * k), Noise(kL, 100 + k, 0.2));
+  return Sum(Sine(kL, kRate, 32.0, 1.0 + 0.1 * k, 0.7 * k), Noise(kL, 100 + k, 0.2));
 }
 
 /// Amplitude and phase of each frame, from an analyzer without averaging.
@@ -29,7 +29,7 @@ struct TFrames {
 };
 TFrames Plain(int frames) {
   TFrames f;
-  TRig rig(kFs);
+  TRig rig(kRate);
   for (int k = 0; k < frames; ++k) {
     rig.Feed(Frame(k));
     f.amplt.push_back(rig->Amplt());
@@ -57,7 +57,7 @@ std::pair<TVec, TVec> MeanAndDeviation(const std::vector<TVec>& vs) {
 TEST(Averaging, LinearMeanDeviationAndLimitsMatchTheFrames) {
   const int frames = 12;
   const TFrames ref = Plain(frames);
-  TRig rig(kFs);
+  TRig rig(kRate);
   rig->Stats()->SetAveraging(avLinearInf);
   rig->Stats()->SetCalcStdDev(true);
   rig->Stats()->SetCalcLimits(true);
@@ -81,7 +81,7 @@ TEST(Averaging, LinearMeanDeviationAndLimitsMatchTheFrames) {
 }
 
 TEST(Averaging, ConfidenceFactorIsZeroUntilTheIntervalIsAssigned) {
-  TRig rig(kFs);
+  TRig rig(kRate);
   rig->Stats()->SetAveraging(avLinearInf);
   rig->Stats()->SetCalcStdDev(true);
   rig->Stats()->SetCalcLimits(true);
@@ -100,7 +100,7 @@ TEST(Averaging, ConfidenceFactorIsZeroUntilTheIntervalIsAssigned) {
 }
 
 TEST(Averaging, LinearFreezesAfterAveragesFramesUntilReset) {
-  TRig rig(kFs);
+  TRig rig(kRate);
   rig->Stats()->SetAveraging(avLinear);
   ASSERT_EQ(rig->Stats()->Averages(), 30u);
   for (int k = 0; k < 30; ++k) rig.Feed(Frame(k));
@@ -112,7 +112,7 @@ TEST(Averaging, LinearFreezesAfterAveragesFramesUntilReset) {
   rig->ResetAveraging();
   rig.Feed(Frame(40));
   EXPECT_EQ(rig->Stats()->Averaged(), 1u);
-  TRig one(kFs);
+  TRig one(kRate);
   one.Feed(Frame(40));
   EXPECT_EQ(Values(rig->Amplt()), Values(one->Amplt()));
 }
@@ -120,7 +120,7 @@ TEST(Averaging, LinearFreezesAfterAveragesFramesUntilReset) {
 TEST(Averaging, ExponentialWeighsNewFramesByOneOverExpDecay) {
   const int frames = 7;
   const TFrames ref = Plain(frames);
-  TRig rig(kFs);
+  TRig rig(kRate);
   rig->Stats()->SetAveraging(avExponentInf);
   rig->Stats()->SetExpDecay(4);
   for (int k = 0; k < frames; ++k) rig.Feed(Frame(k));
@@ -160,7 +160,7 @@ TEST(Averaging, PeakHoldDropsAfterTheHoldTime) {
   const std::vector<double> seq{5, 1, 1, 1, 1, 1, 2};
   EXPECT_EQ(Drive(avPeakHoldInf, 3, 5, seq), (std::vector<double>{5, 5, 5, 5, 1, 1, 2}));
   // Through the analyzer, avPeakHold stops after Averages frames.
-  TRig rig(kFs);
+  TRig rig(kRate);
   rig->Stats()->SetAveraging(avPeakHold);
   rig->Stats()->SetAverages(3);
   for (int k = 0; k < 5; ++k) rig.Feed(Frame(k));
@@ -189,7 +189,7 @@ TEST(Averaging, ComplexModesAverageTheComplexSpectrum) {
     X.push_back(s);
   }
   for (TAveraging mode : {avCplxLinearInf, avCplxLinear, avCplxExponentInf}) {
-    TRig rig(kFs);
+    TRig rig(kRate);
     rig->Stats()->SetAveraging(mode);
     rig->Stats()->SetAverages(4);
     rig->Stats()->SetExpDecay(3);
@@ -218,7 +218,7 @@ TEST(Averaging, ComplexModesAverageTheComplexSpectrum) {
 }
 
 TEST(Averaging, ResetRules) {
-  TRig rig(kFs);
+  TRig rig(kRate);
   TSpectrumStats& st = *rig->Stats();
   auto run = [&] {
     rig.Feed(Frame(1));
@@ -250,7 +250,7 @@ TEST(Averaging, ResetRules) {
   // A new frame length or sampling frequency restarts the average within the update.
   rig.Feed(Noise(2 * kL, 5));
   EXPECT_EQ(st.Averaged(), 1u);
-  rig.source->SetSamplingFrequency(2 * kFs);
+  rig.source->SetSamplingFrequency(2 * kRate);
   rig.Feed(Noise(2 * kL, 6));
   EXPECT_EQ(st.Averaged(), 1u);
   // The count wraps to 0 past its largest value.
