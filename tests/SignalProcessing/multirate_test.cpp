@@ -214,7 +214,8 @@ TEST(MultiRate, DelayAlignsOutputWithInput) {
   const TVec x = Cosine(8192, f, 1.0, phase);
   std::pair<std::unique_ptr<TSignalMultiRate>, double> cases[] = {
       {Decimator(16), 16.0}, {Decimator(8, 0, true), 4.0}, {Interpolator(8, 0.2), 1.0 / 8}};
-  for (auto& [c, fo] : cases) {
+  for (auto& [c, step] : cases) {
+    const double fo = step;  // clang 14 cannot capture a structured binding in a lambda
     TVec y;
     c->Process(x, y);
     const double delay = c->Delay();
