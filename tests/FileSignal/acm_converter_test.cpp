@@ -1,5 +1,5 @@
-// The codec layer: block sizing, failures, and the decoding of every encoding sox writes to
-// wave files, compared with sox's own decoding of the same file.
+// The codec layer: block sizing, failures, and the decoding of every compressed encoding sox
+// writes to wave files, compared with sox's own decoding (plain layouts: wave_read_test).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <iostream>
 
 #include "file_fixture.h"
 #include "ondrix/FileSignal/ACMConverter.h"
@@ -32,7 +31,6 @@ TACMWaveFormat Extensible16Stereo() {
   return f;
 }
 
-// The message of what call raises; empty when it raises nothing.
 // Decodes data in blocks of chunk(i) bytes (SrcByteCount by default). A block never decodes to
 // more than the destination's size, and to exactly that where frames have a fixed size.
 TBytes DecodeAll(TACMConverter& c, const TBytes& data, int n, bool exact,
@@ -183,19 +181,14 @@ TEST_F(ACMConverterSox, DecodesLikeSox) {
     TBytes data(chunk.Size);
     ASSERT_EQ(f.Read(data.data(), chunk.Size), chunk.Size);
 
-    const bool plain = c.SrcFormat().IsPlain();
     const TBytes ours = DecodeAll(c, data, t.n, true);
     c.Reset();  // decoders with state across blocks (GSM) start afresh
     EXPECT_EQ(DecodeAll(c, data, t.n, true), ours);
 
-    const std::string decode = "sox '" + wav + "'" + (plain ? "" : " -e signed -b 16") + " -t raw '" + raw + "'";
+    const std::string decode = "sox '" + wav + "' -e signed -b 16 -t raw '" + raw + "'";
     ASSERT_EQ(std::system(decode.c_str()), 0);
     const auto file = Bytes(raw);
     const TBytes ref(file.begin(), file.end());
-    if (plain) {
-      EXPECT_EQ(ours, ref);
-      return;
-    }
     // Block codecs decode the padding of the last block, which sox cuts off.
     ASSERT_GE(ours.size(), ref.size());
     EXPECT_LT(ours.size() - ref.size(), static_cast<std::size_t>(c.DstByteCount()));
@@ -208,14 +201,10 @@ TEST_F(ACMConverterSox, DecodesLikeSox) {
       error += static_cast<double>(d) * d;
       signal += static_cast<double>(value(ref, i)) * value(ref, i);
     }
-    std::cout << "[ " << t.name << " ] largest difference from sox: " << worst << "\n";
     EXPECT_LE(worst, t.tolerance);
     EXPECT_LE(error * 256 * 256, signal);  // and the differences stay 48 dB below the signal
   };
   const SoxCase cases[] = {
-      {"pcm16", "-r 8000 -c 2 -e signed -b 16", -1, 0},
-      {"pcm24_extensible", "-r 8000 -c 2 -e signed -b 24", -1, 0},
-      {"float", "-r 8000 -c 1 -e floating-point -b 32", 1000, 0},
       {"ulaw", "-r 8000 -c 1 -e u-law", 1000, 1},
       {"alaw_stereo", "-r 8000 -c 2 -e a-law", -1, 1},
       {"ima", "-r 8000 -c 1 -e ima-adpcm", -1, 64},

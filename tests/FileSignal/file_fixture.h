@@ -17,7 +17,6 @@
 
 namespace ondrix::testing {
 
-/// A real (or complex) vector of the given values.
 /// values[from, from + n) as a vector.
 inline TVec Slice(const TVec& v, int from, int n) {
   TVec s;

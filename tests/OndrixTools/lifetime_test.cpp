@@ -7,31 +7,16 @@
 #include <random>
 #include <vector>
 
-#include "ondrix/OndrixTools/OndrixTools.h"
+#include "tools_test_components.h"
 
 using namespace ondrix;
 
-namespace {
-
-class TMix : public TSignal {
-public:
-  explicit TMix(TComponent* owner) : TSignal(owner) {
-    SetMultiChannel(true);
-    spectra = std::make_unique<TSpectrumCollection>(this);
-  }
-  ~TMix() override {
-    BeginDestroy();
-    spectra.reset();
-  }
-  std::unique_ptr<TSpectrumCollection> spectra;
-};
-
-}  // namespace
+using ondrix::toolstest::TMixer;
 
 // Sources and owners dying first: Lifetime.RandomGraphsTornDownInRandomOrder.
 TEST(Lifetime, ConsumerFirstTakesItsHandlerAlong) {
   TSignal src(nullptr);
-  auto consumer = std::make_unique<TMix>(nullptr);
+  auto consumer = std::make_unique<TMixer>(nullptr);
   consumer->Inputs()->SetOnSetInput([c = consumer.get()](TObject*) { c->MakeDirty(); });
   consumer->Inputs()->Add()->SetInput(&src);
   consumer.reset();  // the handler wired into src must go with its owner
@@ -54,7 +39,7 @@ TEST(Lifetime, RandomGraphsTornDownInRandomOrder) {
       if (kind == 0)
         c = new TSignal(owner);
       else if (kind == 1)
-        c = new TMix(owner);
+        c = new TMixer(owner);
       else
         c = new TSpectrum(owner);
       if (!owned) loose.emplace_back(c);
@@ -65,7 +50,7 @@ TEST(Lifetime, RandomGraphsTornDownInRandomOrder) {
       TAnalysis* a = all[rng() % n];
       auto* s = dynamic_cast<TSignal*>(all[rng() % n]);
       if (!s || s == a) continue;
-      if (auto* m = dynamic_cast<TMix*>(a)) {
+      if (auto* m = dynamic_cast<TMixer*>(a)) {
         if (rng() % 3 == 0) m->Inputs()->SetOnSetInput([m](TObject*) { m->MakeDirty(); });
         m->Inputs()->Add()->SetInput(s);
         if (auto* sp = dynamic_cast<TSpectrum*>(all[rng() % n])) m->spectra->Add()->SetInput(sp);
@@ -79,7 +64,7 @@ TEST(Lifetime, RandomGraphsTornDownInRandomOrder) {
       for (TAnalysis* x : all) {
         if (!x) continue;
         EXPECT_EQ(dead.count(x->Input()), 0u);
-        if (auto* m = dynamic_cast<TMix*>(x)) {
+        if (auto* m = dynamic_cast<TMixer*>(x)) {
           for (int i = 0; i < m->Inputs()->Count(); ++i) EXPECT_EQ(dead.count(m->Inputs()->Items(i)->Input()), 0u);
           for (int i = 0; i < m->spectra->Count(); ++i) EXPECT_EQ(dead.count(m->spectra->Items(i)->Input()), 0u);
         }

@@ -5,24 +5,28 @@
 #include <string>
 #include <vector>
 
-#include "ondrix/OndrixTools/OndrixTools.h"
 #include "tests/common/allocation_counter.h"
 #include "tests/common/reference.h"
+#include "tools_test_components.h"
 
 using namespace ondrix;
 using ondrix::testing::Raises;
+using ondrix::toolstest::TGain;
+using ondrix::toolstest::TMixer;
 
 namespace {
 
 /// A source that counts its updates and writes the count into every sample. It answers
-/// pipeStream on the updates listed in streamAt and pipeEnd from update endAt on.
+/// pipeStream on the updates listed in streamAt and pipeEnd from update endAt on; raises if fail.
 class TCounter : public TSignal {
 public:
   using TSignal::TSignal;
   int updates = 0;
   int endAt = -1;
+  bool fail = false;
   std::vector<int> streamAt;
   TPipeState InternalUpdate() override {
+    if (fail) throw Exception("boom");
     ++updates;
     if (endAt >= 0 && updates >= endAt) return pipeEnd;
     for (int s : streamAt)
@@ -30,41 +34,6 @@ public:
     Data().SetVal(updates);
     return pipeOK;
   }
-};
-
-/// Copies its input times a gain; counts its updates.
-class TGain : public TSignal {
-public:
-  explicit TGain(TComponent* owner, double g = 2.0) : TSignal(owner), gain(g) { SetUsesInputs(true); }
-  double gain;
-  int updates = 0;
-  TPipeState InternalUpdate() override {
-    ++updates;
-    Data().Copy(Input()->Data()).Scale(gain);
-    return pipeOK;
-  }
-};
-
-/// Sums all its inputs.
-class TSum : public TSignal {
-public:
-  explicit TSum(TComponent* owner) : TSignal(owner) {
-    SetUsesInputs(true);
-    SetMultiChannel(true);
-  }
-  int updates = 0;
-  TPipeState InternalUpdate() override {
-    ++updates;
-    Data().Copy(Inputs()->Items(0)->Input()->Data());
-    for (int i = 1; i < Inputs()->Count(); ++i) Data().Add(Inputs()->Items(i)->Input()->Data());
-    return pipeOK;
-  }
-};
-
-class TThrower : public TSignal {
-public:
-  using TSignal::TSignal;
-  TPipeState InternalUpdate() override { throw Exception("boom"); }
 };
 
 }  // namespace
@@ -101,23 +70,6 @@ TEST(PullProtocol, ChainRecomputesOncePerPullFromTheSourceDownToANonContinuousSt
   EXPECT_TRUE(d.Dirty());  // stays dirty while inactive
 }
 
-TEST(PullProtocol, DiamondRecomputesTheSharedSourceOnce) {
-  TComponent owner(nullptr);
-  auto* a = new TCounter(&owner);
-  auto* b = new TGain(&owner, 1.0);
-  auto* c = new TGain(&owner, 3.0);
-  auto* d = new TSum(&owner);
-  b->SetInput(a);
-  c->SetInput(a);
-  d->Inputs()->Add()->SetInput(b);
-  d->Inputs()->Add()->SetInput(c);
-  EXPECT_EQ(d->Input(), b);  // in multi-channel mode Input is Inputs[0]
-  d->Pull();
-  d->Pull();
-  EXPECT_EQ(a->updates, 2);
-  EXPECT_EQ(d->Values(0), 2.0 * 1 + 2.0 * 3);
-}
-
 TEST(PullProtocol, StreamAndEndPropagation) {
   TComponent owner(nullptr);
   auto* a = new TCounter(&owner);
@@ -136,7 +88,7 @@ TEST(PullProtocol, StreamAndEndPropagation) {
   // A multi-channel stage updates although its input streams (kept asymmetry).
   auto* s = new TCounter(&owner);
   s->streamAt = {1};
-  auto* m = new TSum(&owner);
+  auto* m = new TMixer(&owner);
   m->Inputs()->Add()->SetInput(s);
   EXPECT_EQ(m->Pull(), pipeOK);
   EXPECT_EQ(m->updates, 1);
@@ -148,22 +100,7 @@ TEST(PullProtocol, StreamAndEndPropagation) {
   EXPECT_EQ(m->updates, 2);
 }
 
-TEST(PullProtocol, PullUntilEndSuspendsNotificationAndRestoresIt) {
-  TCounter a(nullptr);
-  a.endAt = 5;
-  int notified = 0;
-  a.OnNotifyUpdate = [&](TObject*) { ++notified; };
-  a.PullUntilEnd();
-  EXPECT_EQ(a.updates, 5);
-  EXPECT_EQ(notified, 0);
-  EXPECT_FALSE(a.SuspendNotifyUpdate());
-  a.SetSuspendNotifyUpdate(true);
-  a.endAt = 7;
-  a.PullUntilEnd();
-  EXPECT_TRUE(a.SuspendNotifyUpdate());
-}
-
-TEST(PullProtocol, EventsFireInOrder) {
+TEST(PullProtocol, EventsFireInOrderAndPullUntilEndSuspendsNotification) {
   TCounter a(nullptr);
   std::vector<std::string> log;
   a.OnGetInput = [&](TObject*) { log.push_back("get"); };
@@ -180,6 +117,15 @@ TEST(PullProtocol, EventsFireInOrder) {
   a.SetDisplayEvents(false);
   a.Pull();
   EXPECT_EQ(log, (std::vector<std::string>{"get", "before", "after", "notify"}));
+  // PullUntilEnd suspends the notification while it runs and leaves the flag as it found it.
+  for (bool suspended : {false, true}) {
+    log.clear();
+    a.SetSuspendNotifyUpdate(suspended);
+    a.endAt = a.updates + 3;
+    a.PullUntilEnd();
+    EXPECT_EQ(log.size(), 9u);  // three updates of get, before, after: no notify
+    EXPECT_EQ(a.SuspendNotifyUpdate(), suspended);
+  }
 
   TObject* sender = nullptr;
   a.OnParameterUpdate = [&](TObject* s) { sender = s; };
@@ -202,13 +148,14 @@ TEST(PullProtocol, ErrorsAreWrappedWithTheComponentName) {
   EXPECT_NO_THROW(f->Update());  // the handler stands in for the missing input
   EXPECT_TRUE(handled);
 
-  auto* m = new TSum(&owner);
+  auto* m = new TMixer(&owner);
   m->SetName("Mix");
   m->Inputs()->Add()->SetInput(new TCounter(&owner));
   m->Inputs()->Add();
   EXPECT_THAT([&] { m->Update(); }, Raises<Exception>("Mix: Inputs[1] = nil!"));
 
-  auto* t = new TThrower(&owner);
+  auto* t = new TCounter(&owner);
+  t->fail = true;
   t->SetName("T");
   t->SetPipeState(pipeStream);
   EXPECT_THAT([&] { t->Pull(); }, Raises<Exception>("T: boom"));
@@ -216,7 +163,7 @@ TEST(PullProtocol, ErrorsAreWrappedWithTheComponentName) {
 }
 
 TEST(PullProtocol, AssignBetweenModesAndInputsStored) {
-  TSum multi(nullptr);
+  TMixer multi(nullptr);
   TSignal single(nullptr);
   EXPECT_THAT([&] { single.Assign(multi); }, Raises<Exception>("MultiChannel <> TAnalysis(Source).MultiChannel!"));
   // Assign between equal modes: signalprocessing_tests' PropertyTable.
@@ -278,7 +225,7 @@ TEST(AnalysisList, PullUntilEndParallelStopsAtTheFirstEndSerialRunsEach) {
 
 TEST(Collections, SignalItemWiringAndBlockAssign) {
   TComponent owner(nullptr);
-  auto* consumer = new TSum(&owner);
+  auto* consumer = new TMixer(&owner);
   auto* a = new TCounter(&owner);
   auto* b = new TCounter(&owner);
   TSignalCollection& ins = *consumer->Inputs();
@@ -317,18 +264,20 @@ TEST(Collections, SpectrumItemAlwaysTakesTheCollectionHandler) {
   EXPECT_THROW(TSpectrumItem bad(nullptr), Exception);
 }
 
-TEST(PullProtocol, PullingAChainAndSettingPropertiesDoNotAllocate) {
+TEST(PullProtocol, ADiamondPullsItsSharedStageOnceAndPullingAllocatesNothing) {
   TComponent owner(nullptr);
   auto* src = new TSignal(&owner);
   src->SetLength(1024);
   auto* a = new TGain(&owner);
   auto* b = new TGain(&owner);
-  auto* m = new TSum(&owner);
+  auto* m = new TMixer(&owner);
   a->SetInput(src);
   b->SetInput(a);
   m->Inputs()->Add()->SetInput(a);
   m->Inputs()->Add()->SetInput(b);
   m->Pull();  // first pull sizes every block
+  EXPECT_EQ(a->updates, 1);  // pulled by m and by b
+  EXPECT_EQ(m->Input(), a);  // in multi-channel mode Input is Inputs[0]
   ONDRIX_REQUIRE_ALLOCATION_COUNTING();
   EXPECT_EQ(ondrix::testing::AllocationsOf([&] {
               for (int i = 0; i < 100; ++i) {

@@ -2,7 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
+#include <utility>
+#include <vector>
 
 #include "ondrix/OndrixTools/OndrixTools.h"
 #include "tests/common/reference.h"
@@ -176,26 +177,29 @@ TEST(SpectrumMeasures, THDFromMarks) {
   EXPECT_NEAR(s.THD(), 3.0, 1e-12);
 }
 
+/// s holds the one-sided lines |X_k|/N at fs = 1 of n samples of sines (bin, amplitude) in
+/// white noise of deviation sigma.
+void FillWithTones(TSpectrum& s, int n, const std::vector<std::pair<int, double>>& tones, std::uint32_t seed,
+                   double sigma) {
+  TVec x(n), tone(n);
+  x.RandGauss(seed, 0.0, sigma);
+  for (const auto& [bin, a] : tones) x.Add(tone.Ramp(0, 2 * M_PI * bin / n).Sin().Scale(a));
+  TVec spec;
+  spec.FFT(x);
+  spec.SetLength(n / 2);
+  s.SetPhaseMode(pmIgnore);
+  s.AmpltSpectrum(spec.Scale(1.0 / n));
+  s.SetSamplingFrequency(1.0);
+}
+
 TEST(SpectrumMeasures, SnrOfASineInWhiteNoiseOfKnownPower) {
   // A real sine of amplitude A at a bin centre in white noise of variance σ²: the spectrum of
   // one-sided lines |X_k|/N has the tone at A/2 and noise lines of mean power σ²/N, so the
   // SNR is A²/(2σ²) whatever the window.
   const int n = 65536;
-  const double a = 1.0, sigma = 0.01, fs = 1.0;
-  TVec x(n);
-  x.Ramp(0, 2 * M_PI * 1000.0 / n).Sin().Scale(a);
-  TVec noise(n);
-  noise.RandGauss(42, 0.0, sigma);
-  x.Add(noise);
-  TVec spec;
-  spec.FFT(x);
-  spec.SetLength(n / 2);
-  spec.Scale(1.0 / n);
+  const double a = 1.0, sigma = 0.01;
   TSpectrum s(nullptr);
-  s.SetSamplingFrequency(fs);
-  s.SetPhaseMode(pmIgnore);
-  s.AmpltSpectrum(spec);
-  s.SetSamplingFrequency(fs);
+  FillWithTones(s, n, {{1000, a}}, 42, sigma);
   const double f = 1000.0 / n;
   const double expected = 10 * std::log10(a * a / (2 * sigma * sigma));
   // The noise estimate averages ~32000 lines of χ²₂ power: its relative error is ~0.6 %,
@@ -225,21 +229,9 @@ TEST(SpectrumMeasures, SnrOfASineInWhiteNoiseOfKnownPower) {
 
 TEST(SpectrumMeasures, HarmonicsLowerSinadButNotSnr) {
   const int n = 4096;
-  TVec x(n), h(n);
-  x.Ramp(0, 2 * M_PI * 64 / n).Sin();
-  h.Ramp(0, 2 * M_PI * 128 / n).Sin().Scale(0.1);  // -20 dB second harmonic
-  x.Add(h);
-  TVec noise(n);
-  noise.RandGauss(1, 0.0, 1e-3);
-  x.Add(noise);
-  TVec spec;
-  spec.FFT(x);
-  spec.SetLength(n / 2);
-  spec.Scale(1.0 / n);
   TSpectrum s(nullptr);
-  s.AmpltSpectrum(spec);
-  s.SetSamplingFrequency(1.0);
-  double f = 64.0 / n;
+  FillWithTones(s, n, {{64, 1.0}, {128, 0.1}}, 1, 1e-3);  // -20 dB second harmonic
+  const double f = 64.0 / n;
   EXPECT_NEAR(s.SINAD(f), 20.0, 0.05);  // dominated by the harmonic: 10·log10(1/0.01)
   EXPECT_GT(s.SNR(f), 50.0);
   EXPECT_NEAR(s.THDN(f), 10.0, 0.05);

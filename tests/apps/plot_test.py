@@ -71,18 +71,15 @@ class Plots(unittest.TestCase):
         self.assertAlmostEqual(x_peak, expected, delta=0.5)
 
     def test_every_plot_is_well_formed_and_labelled(self):
-        design = self.path("d.svg")
-        run("design", "--fs", "48000", "--pass", "4000", "--stop", "5000", "-m", "elliptic", "--plot", design)
-        self.assertTrue({"Magnitude (dB)", "Phase (degrees)", "Group delay (ms)", "Frequency (Hz)"} <= svg_texts(design))
-        gram = self.path("g.svg")
-        run("spectrogram", "-q", self.tone, "--plot", gram, "--dbfs")
-        self.assertTrue({"Time (s)", "Frequency (Hz)", "RMS amplitude (dBFS)"} <= svg_texts(gram))
-        bi = self.path("b.svg")
-        run("bispectrum", "-q", self.tone, "--plot", bi)
-        self.assertTrue({"f1 (Hz)", "f2 (Hz)", "Bicoherence"} <= svg_texts(bi))
-        wave = self.path("w.svg")
-        run("info", self.tone, "--plot", wave)
-        self.assertTrue({"Time (s)", "Value"} <= svg_texts(wave))
+        for args, labels in (
+                (["design", "--fs", "48000", "--pass", "4000", "--stop", "5000", "-m", "elliptic"],
+                 {"Magnitude (dB)", "Phase (degrees)", "Group delay (ms)", "Frequency (Hz)"}),
+                (["spectrogram", "-q", self.tone, "--dbfs"], {"Time (s)", "Frequency (Hz)", "RMS amplitude (dBFS)"}),
+                (["bispectrum", "-q", self.tone], {"f1 (Hz)", "f2 (Hz)", "Bicoherence"}),
+                (["info", self.tone], {"Time (s)", "Value"})):
+            out = self.path(args[0] + ".svg")
+            run(*args, "--plot", out)
+            self.assertLessEqual(labels, svg_texts(out), args[0])
 
     def test_png_has_the_asked_size(self):
         for cmd, size in ((["spectrogram", "-q", self.tone], (640, 480)), (["spectrum", "-q", self.tone], (1200, 300))):

@@ -18,7 +18,7 @@ protected:
   void SetUp() override { RegisterTestClasses(); }
 };
 
-// Root owns A (TTestNode), B (TTestDerived, which owns C) and L (a list of two items).
+// Root owns A (TTestNode), B (TTestDerived, which owns Inner and C) and L (a list of two items).
 // Links: Root->B, A->B.C, B->A, C->Root, item link of A's collection -> B.
 std::unique_ptr<TTestNode> MakeTree() {
   auto root = std::make_unique<TTestNode>(nullptr);
@@ -51,6 +51,7 @@ std::unique_ptr<TTestNode> MakeTree() {
   b->SetExtra(17);
   b->SetGain(1.0);  // differs from TTestDerived's default 2.0
   b->SetMode(tmFast);
+  b->Inner()->SetGain(5);
   c->SetInput(root.get());
   c->SetCount(0);
   return root;
@@ -76,6 +77,9 @@ TEST_F(Settings, RoundTripOfAnOwnedTreeWithLinksBinaryAndCollections) {
   EXPECT_EQ(a->Input(), c);
   EXPECT_EQ(b->Input(), a);
   EXPECT_EQ(c->Input(), root);
+  // Inner, made by B's constructor, is loaded into, not added again.
+  EXPECT_EQ(b->ComponentCount(), 2);
+  EXPECT_EQ(b->Inner()->Gain(), 5);
   EXPECT_EQ(a->Items()->Item(0)->Target(), b);
   EXPECT_EQ(a->Items()->Item(1)->Target(), nullptr);
   // Values the second save above would write alike had they been read wrong.
@@ -110,7 +114,7 @@ TEST_F(Settings, FileLeavesOutDefaultsAndNamesLinksAndEnums) {
   const json& b = j["components"][1];
   EXPECT_EQ(b["properties"]["Gain"], 1.0);  // differs from the republished default 2
   EXPECT_EQ(b["properties"]["Mode"], "tmFast");
-  EXPECT_EQ(b["components"][0]["properties"]["Input"], "");  // the root itself
+  EXPECT_EQ(b["components"][1]["properties"]["Input"], "");  // C's link to the root itself
   EXPECT_EQ(j["binary"]["Blob"], "AAEC/f7/Bw==");
 }
 
@@ -146,37 +150,6 @@ TEST_F(Settings, LinksThatCannotBeNamedAreWriteErrors) {
   auto* child = new TTestNode(&owner);
   a.SetInput(child);  // outside the saved tree and unnamed
   EXPECT_THROW(SaveComponentToJson(a), EWriteError);
-}
-
-// A component whose constructor makes a named child, as components with sub-components do.
-class TTestParent : public TTestNode {
-public:
-  ONDRIX_CLASS_INFO()
-  explicit TTestParent(TComponent* AOwner) : TTestNode(AOwner) {
-    inner_ = new TTestNode(this);
-    inner_->SetName("Inner");
-  }
-  TTestNode* Inner() const { return inner_; }
-
-private:
-  TTestNode* inner_;
-};
-
-const TClassInfo& TTestParent::StaticClassInfo() {
-  static const TClassInfo info = TClassBuilder<TTestParent, TTestNode>("TTestParent").Build();
-  return info;
-}
-
-TEST_F(Settings, ComponentsMadeByTheConstructorAreLoadedInto) {
-  RegisterClass(TTestParent::StaticClassInfo());
-  TTestParent p(nullptr);
-  p.Inner()->SetGain(5);
-  std::unique_ptr<TComponent> loaded = LoadComponentFromJson(SaveComponentToJson(p));
-  auto* q = static_cast<TTestParent*>(loaded.get());
-  ASSERT_EQ(q->ComponentCount(), 1);
-  EXPECT_EQ(q->Inner()->Gain(), 5);
-  UnRegisterClass(TTestParent::StaticClassInfo());
-  EXPECT_EQ(GetClass("TTestParent"), nullptr);
 }
 
 struct TMalformed {
@@ -218,8 +191,6 @@ TEST_F(Settings, MalformedFilesRaiseAndLeaveNothingBehind) {
       {"bad name", R"({"class": "TTestNode", "name": "1R"})", "valid component name"},
       {"bad float array", R"({"class": "TTestNode", "properties": {"Coeffs": {"complex": true, "values": [1]}}})",
        "even number"},
-      {"JSON property not an array", R"({"class": "TTestNode", "name": "R", "properties": {"Points": {}}})",
-       "R.Points: an array expected"},
       {"JSON property field of wrong type",
        R"({"class": "TTestNode", "name": "R", "properties": {"Points": [{"x": 1, "y": 2}, {"x": "a", "y": 1}]}})",
        "R.Points[1].x: a number expected"},
@@ -273,17 +244,20 @@ TEST_F(Settings, SettingsStreamRestoresEveryValueIncludingDefaults) {
   EXPECT_FALSE(n->ComponentState().Contains(csLoading));
 }
 
+// A settings stream as components write it: the text's byte count, then the text.
+void WriteSettingsText(TMemoryStream& m, const std::string& text) {
+  WriteInt32LE(m, static_cast<std::int32_t>(text.size()));
+  m.WriteBuffer(text.data(), static_cast<std::int64_t>(text.size()));
+  m.SetPosition(0);
+}
+
 TEST_F(Settings, MalformedSettingsStreamLeavesTheComponentUnchanged) {
   TTestNode n(nullptr);
   n.SetGain(4);
   n.Items()->Add();
   // Enabled and Items come before the bad Mode in the table; nothing may be applied.
-  const std::string text =
-      R"({"class": "TTestNode", "properties": {"Enabled": false, "Items": [], "Gain": 8, "Mode": 2}})";
   TMemoryStream m;
-  WriteInt32LE(m, static_cast<std::int32_t>(text.size()));
-  m.WriteBuffer(text.data(), static_cast<std::int64_t>(text.size()));
-  m.SetPosition(0);
+  WriteSettingsText(m, R"({"class": "TTestNode", "properties": {"Enabled": false, "Items": [], "Gain": 8, "Mode": 2}})");
   EXPECT_THROW(n.LoadFromStream(m), EReadError);
   EXPECT_TRUE(n.Enabled());
   EXPECT_EQ(n.Gain(), 4);
@@ -292,20 +266,15 @@ TEST_F(Settings, MalformedSettingsStreamLeavesTheComponentUnchanged) {
 
   // A malformed JSON property is found before the published properties are applied.
   n.Points = {{1, 2}};
-  const std::string badPoints = R"({"class": "TTestNode", "properties": {"Gain": 8, "Points": [{"x": 5, "y": 6}, 7]}})";
   TMemoryStream p;
-  WriteInt32LE(p, static_cast<std::int32_t>(badPoints.size()));
-  p.WriteBuffer(badPoints.data(), static_cast<std::int64_t>(badPoints.size()));
-  p.SetPosition(0);
+  WriteSettingsText(p, R"({"class": "TTestNode", "properties": {"Gain": 8, "Points": [{"x": 5, "y": 6}, 7]}})");
   EXPECT_THAT([&] { n.LoadFromStream(p); }, RaisesWith<EReadError>(".Points[1]: an object expected"));
   EXPECT_EQ(n.Gain(), 4);
   EXPECT_EQ(n.Points, (std::vector<std::pair<double, double>>{{1, 2}}));
 
   // Settings of an unrelated class, and a truncated stream.
-  TTestOther other(nullptr);
   TMemoryStream o;
-  other.SaveToStream(o);
-  o.SetPosition(0);
+  WriteSettingsText(o, R"({"class": "TTestOther"})");
   EXPECT_THROW(n.LoadFromStream(o), EReadError);
   TMemoryStream shortStream;
   WriteInt32LE(shortStream, 100);
@@ -372,31 +341,25 @@ TEST_F(Settings, TemplatesLeaveOutLinksAndLargeData) {
   other.LoadTemplateFromStream(t);
   EXPECT_EQ(other.Gain(), 6);
   EXPECT_EQ(other.Input(), &keep);
-  EXPECT_TRUE(other.Coeffs().Values.empty());
 }
 
 TEST_F(Settings, FileVersions) {
-  const std::filesystem::path dir = std::filesystem::temp_directory_path() /
-                                    ("ondrix_fw_" + std::to_string(::getpid()));
-  std::filesystem::create_directories(dir);
+  const std::string file = (std::filesystem::temp_directory_path() / ("ondrix_fw_" + std::to_string(::getpid()))).string();
   std::unique_ptr<TTestNode> tree = MakeTree();
-  const std::string tree_file = (dir / "tree.json").string();
-  SaveComponentToFile(*tree, tree_file);
-  std::unique_ptr<TComponent> loaded = LoadComponentFromFile(tree_file);
-  EXPECT_EQ(SaveComponentToJson(*loaded), SaveComponentToJson(*tree));
-
+  SaveComponentToFile(*tree, file);
+  EXPECT_EQ(SaveComponentToJson(*LoadComponentFromFile(file)), SaveComponentToJson(*tree));
   TTestNode n(nullptr);
-  n.SetCaption("file");
-  n.SaveToFile((dir / "n.set").string());
-  n.SaveTemplateToFile((dir / "n.tpl").string());
   TTestNode m(nullptr);
-  m.LoadFromFile((dir / "n.set").string());
+  n.SetCaption("file");
+  n.SaveToFile(file);
+  m.LoadFromFile(file);
   EXPECT_EQ(m.Caption(), "file");
-  TTestNode k(nullptr);
-  k.LoadTemplateFromFile((dir / "n.tpl").string());
-  EXPECT_EQ(k.Caption(), "file");
-  EXPECT_THROW(k.LoadFromFile((dir / "missing").string()), EFOpenError);
-  std::filesystem::remove_all(dir);
+  n.SetCaption("template");
+  n.SaveTemplateToFile(file);
+  m.LoadTemplateFromFile(file);
+  EXPECT_EQ(m.Caption(), "template");
+  std::filesystem::remove(file);
+  EXPECT_THROW(m.LoadFromFile(file), EFOpenError);
 }
 
 // Record fields: an integer is taken up to and including its bounds.

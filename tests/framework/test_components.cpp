@@ -139,9 +139,7 @@ const TClassInfo& TTestDerived::StaticClassInfo() {
 }
 
 const TClassInfo& TTestOther::StaticClassInfo() {
-  static const TClassInfo info = TClassBuilder<TTestOther, TKvxComponent>("TTestOther")
-                                     .Prop("Level", &TTestOther::Level, &TTestOther::SetLevel, 0)
-                                     .Build();
+  static const TClassInfo info = TClassBuilder<TTestOther, TKvxComponent>("TTestOther").Build();
   return info;
 }
 

@@ -126,16 +126,23 @@ private:
   std::int64_t serial_;
 };
 
-/// Republishes Gain with another default and adds Extra.
+/// Republishes Gain with another default, adds Extra and, as components with sub-components
+/// do, makes a named child in its constructor.
 class TTestDerived : public TTestNode {
 public:
   ONDRIX_CLASS_INFO()
-  explicit TTestDerived(TComponent* AOwner) : TTestNode(AOwner) { SetGain(2.0); }
+  explicit TTestDerived(TComponent* AOwner) : TTestNode(AOwner) {
+    SetGain(2.0);
+    inner_ = new TTestNode(this);
+    inner_->SetName("Inner");
+  }
   int Extra() const { return extra_; }
   void SetExtra(int v) { extra_ = v; }
+  TTestNode* Inner() const { return inner_; }
 
 private:
   int extra_ = 0;
+  TTestNode* inner_;
 };
 
 /// A processing component unrelated to TTestNode.
@@ -143,11 +150,6 @@ class TTestOther : public TKvxComponent {
 public:
   ONDRIX_CLASS_INFO()
   explicit TTestOther(TComponent* AOwner) : TKvxComponent(AOwner) {}
-  int Level() const { return level_; }
-  void SetLevel(int v) { level_ = v; }
-
-private:
-  int level_ = 0;
 };
 
 /// A list of TTestNode items.

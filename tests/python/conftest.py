@@ -52,6 +52,13 @@ def feed(obj, x, edges, *more):
     return np.concatenate(outs) if outs else None
 
 
+def rel(a, b):
+    """Largest difference relative to the reference's largest magnitude."""
+    a, b = np.asarray(a), np.asarray(b)
+    assert a.shape == b.shape
+    return np.max(np.abs(a - b)) / np.max(np.abs(b))
+
+
 def records(lines):
     return [json.loads(line) for line in lines.splitlines() if line.strip()]
 

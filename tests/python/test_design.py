@@ -5,12 +5,7 @@ import pytest
 import scipy.signal as ss
 
 import ondrix
-
-
-def rel(a, b):
-    a, b = np.asarray(a), np.asarray(b)
-    assert a.shape == b.shape
-    return np.max(np.abs(a - b)) / np.max(np.abs(b))
+from conftest import rel
 
 
 def same_roots(a, b, tol):

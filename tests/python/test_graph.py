@@ -50,8 +50,6 @@ def test_python_graph_gives_the_spectrum_of_the_tool_run(setup, run_tool):
     m = re.search(r"largest line (\S+) Hz: (\S+)", out)
     assert float(m.group(1)) == f[k]
     assert float(m.group(2)) == pytest.approx(amp[k], rel=1e-7)  # printed with 8 digits
-    # the report's marks: the three largest peaks, as the Python side finds them
-    assert g.get("Analyzer", "Peaks.LargestCount") == 3
 
     # the same chain from the streaming objects, whose parts are each checked against SciPy
     x, _, _ = ondrix.read(setup[0].parent / "in.wav")
@@ -69,8 +67,6 @@ def test_properties_by_name_and_errors(setup):
     path, _ = setup
     g = ondrix.Graph(path)
     assert g.class_name("Filter") == "TSignalFilter"
-    assert g.get("Analyzer", "Window") == "wtHanning"
-    g.set("Analyzer", "Window", "wtFlatTop")
     g.set("Analyzer", "Stats", {"Averaging": "avExponentInf", "ExpDecay": 4})
     assert g.get("Analyzer", "Stats.ExpDecay") == 4
     g.set("Reader", "Length", 2048)
@@ -78,7 +74,6 @@ def test_properties_by_name_and_errors(setup):
     assert props["Length"] == 2048 and props["FileName"].endswith("in.wav")
     assert g.pull("Reader") == "ok"
     assert g.data("Reader").shape == (2048, 1)
-    g.set("Filter", "Input", "Reader")
     # a collection from a list of dicts: grown, then shrunk, each item's properties set
     inputs = lambda: [i["Input"] for i in g.get("Analyzer", "Inputs")]
     g.set("Analyzer", "Inputs", [{"Input": "Reader"}, {"Input": "Filter"}])
