@@ -2,11 +2,9 @@
 """Writes the reference data of the spectrum analyzer's tests in tests/SignalAnalysis/
 (welch_test.cpp).
 
-Run with Debian's /usr/bin/python3 (NumPy, SciPy) from the repository root:
-    /usr/bin/python3 tests/gen_analyzer_reference.py
+Run: /usr/bin/python3 tests/gen_analyzer_reference.py
 
-The file is raw little-endian float64 and starts with a record table: the number of records
-R, then R record lengths in doubles, then the records. Complex arrays are interleaved (re, im).
+Record files as tests/gen_records.py writes them (a table of R and the R lengths, then the records).
 
 ana_welch.f64   params [fs, nperseg, frames], x (real, frames * nperseg samples: two tones
                 plus white noise), then scipy.signal.welch(x, fs, window=W, nperseg=nperseg,

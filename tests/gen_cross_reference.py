@@ -3,11 +3,9 @@
 (tests/SignalAnalysis/cross_spectrum_test.cpp, tests/SignalAnalysis/bispectrum_test.cpp,
 tests/sigcore/bispectrum_test.cpp).
 
-Run with Debian's /usr/bin/python3 (NumPy, SciPy) from the repository root:
-    /usr/bin/python3 tests/gen_cross_reference.py
+Run: /usr/bin/python3 tests/gen_cross_reference.py
 
-Each file is raw little-endian float64 and starts with a record table: the number of records R,
-then R record lengths in doubles, then the records. Complex arrays are interleaved (re, im).
+Record files as tests/gen_records.py writes them (a table of R and the R lengths, then the records).
 
 cross_scipy.f64  [fs, nperseg, noverlap], x, y (y: x through an IIR filter plus noise), then
                  with window='hann', detrend='constant', scaling='spectrum':

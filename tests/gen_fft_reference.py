@@ -1,8 +1,7 @@
 #!/usr/bin/python3
 """Writes the reference data of tests/vec/fft_test.cpp and tests/vec/correlation_test.cpp.
 
-Run with Debian's /usr/bin/python3 (NumPy, SciPy) from the repository root:
-    /usr/bin/python3 tests/gen_fft_reference.py
+Run: /usr/bin/python3 tests/gen_fft_reference.py
 
 All files are raw little-endian float64; complex arrays are interleaved (re, im).
 
@@ -24,19 +23,13 @@ corr_ref_<case>.f64 holds, for the cases "small" (NX=40, NY=29) and "medium" (NX
     numpy.correlate(yc, xc, "full")  NX+NY-1 complex
 """
 
-import os
-
 import numpy as np
 import scipy.fft
 
-from gen_records import OUT_DIR, f64
+from gen_records import write_f64
 
 FFT_LENGTHS = (1, 2, 3, 7, 64, 1000, 4096, 4099)
 CORR_CASES = {"small": (40, 29), "medium": (600, 450)}
-
-
-def write(name, arrays):
-    np.concatenate([f64(a) for a in arrays]).tofile(os.path.join(OUT_DIR, name))
 
 
 def gen_fft():
@@ -44,16 +37,8 @@ def gen_fft():
         rng = np.random.default_rng(1000 + n)
         x = rng.standard_normal(n)
         z = rng.standard_normal(n) + 1j * rng.standard_normal(n)
-        write(f"fft_ref_n{n}.f64", [
-            x,
-            z,
-            np.fft.fft(z),
-            np.fft.ifft(z),
-            np.fft.rfft(x),
-            np.fft.irfft(z[: n // 2 + 1], n),
-            scipy.fft.dct(x, type=2),
-            scipy.fft.idct(x, type=2),
-        ])
+        write_f64(f"fft_ref_n{n}.f64", x, z, np.fft.fft(z), np.fft.ifft(z), np.fft.rfft(x),
+                  np.fft.irfft(z[: n // 2 + 1], n), scipy.fft.dct(x, type=2), scipy.fft.idct(x, type=2))
 
 
 def gen_corr():
@@ -63,16 +48,10 @@ def gen_corr():
         y = rng.standard_normal(ny)
         xc = rng.standard_normal(nx) + 1j * rng.standard_normal(nx)
         yc = rng.standard_normal(ny) + 1j * rng.standard_normal(ny)
-        write(f"corr_ref_{case}.f64", [
-            x, y, xc, yc,
-            np.correlate(x, x, "full"),
-            np.correlate(y, x, "full"),
-            np.correlate(xc, xc, "full"),
-            np.correlate(yc, xc, "full"),
-        ])
+        write_f64(f"corr_ref_{case}.f64", x, y, xc, yc, np.correlate(x, x, "full"), np.correlate(y, x, "full"),
+                  np.correlate(xc, xc, "full"), np.correlate(yc, xc, "full"))
 
 
 if __name__ == "__main__":
-    os.makedirs(OUT_DIR, exist_ok=True)
     gen_fft()
     gen_corr()

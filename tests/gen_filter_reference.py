@@ -1,22 +1,18 @@
 #!/usr/bin/python3
 """Writes the reference data of the filter-design and filter-state tests (tests/sigcore/).
 
-Run with Debian's /usr/bin/python3 (NumPy, SciPy) from the repository root:
-    /usr/bin/python3 tests/gen_filter_reference.py
+Run: /usr/bin/python3 tests/gen_filter_reference.py
 
-Every file is tests/data/filt_<name>.f64, raw little-endian float64 in the record layout of
-tests/sigcore/reference_records.h: the number of records R, then R record lengths, then the
-records one after another. Cases are written as fixed groups of records, described below for
-each file. Complex arrays are stored interleaved (re, im). Frequencies are written as SciPy
-takes them (fractions of Nyquist for the IIR routines, fs = 1 for remez) unless said otherwise.
+Files tests/data/filt_<name>.f64 are record files (tests/gen_records.py); cases are fixed groups of
+records, described below for each file. Frequencies are written as SciPy takes them (fractions
+of Nyquist for the IIR routines, fs = 1 for remez) unless said otherwise.
 """
 
-import os
 
 import numpy as np
 from scipy import signal
 
-from gen_records import OUT_DIR, cplx, write_records
+from gen_records import cplx, write_records
 
 RNG = np.random.default_rng(20240517)
 
@@ -268,7 +264,6 @@ def elliptic():
 
 
 if __name__ == "__main__":
-    os.makedirs(OUT_DIR, exist_ok=True)
     iir_designs()
     iir_orders()
     misc()

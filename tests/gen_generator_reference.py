@@ -16,16 +16,10 @@ with scipy.signal.chirp and scipy.signal.square, or from the closed form of the 
 
 Run: /usr/bin/python3 tests/gen_generator_reference.py
 """
-import os
-
 import numpy as np
 from scipy import signal
 
-OUT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "data")
-
-
-def write(name, x):
-    np.asarray(x, dtype="<f8").tofile(os.path.join(OUT, name))
+from gen_records import write_f64
 
 
 def sine():
@@ -59,8 +53,7 @@ def impulse():
 
 
 if __name__ == "__main__":
-    os.makedirs(OUT, exist_ok=True)
-    write("gen_sine.f64", sine())
-    write("gen_chirp.f64", chirp())
-    write("gen_square.f64", square())
-    write("gen_impulse.f64", impulse())
+    write_f64("gen_sine.f64", sine())
+    write_f64("gen_chirp.f64", chirp())
+    write_f64("gen_square.f64", square())
+    write_f64("gen_impulse.f64", impulse())

@@ -1,20 +1,17 @@
 #!/usr/bin/python3
 """Writes the reference data of the multirate tests (tests/sigcore/multirate_test.cpp).
 
-Run with Debian's /usr/bin/python3 (NumPy, SciPy) from the repository root:
-    /usr/bin/python3 tests/gen_multirate_reference.py
+Run: /usr/bin/python3 tests/gen_multirate_reference.py
 
-Files are tests/data/mr_<name>.f64, raw little-endian float64 in the record layout of
-tests/sigcore/reference_records.h: the number of records R, then R record lengths, then the
-records. Complex arrays are interleaved (re, im). Frequencies are on the scale fs = 2.
+Files tests/data/mr_<name>.f64 are record files (tests/gen_records.py); frequencies are on the
+scale fs = 2.
 """
 
-import os
 
 import numpy as np
 from scipy import signal
 
-from gen_records import OUT_DIR, cplx, write_records
+from gen_records import cplx, write_records
 
 RNG = np.random.default_rng(20240612)
 ZERO_TAP = 2.220446049250313e-14
@@ -125,6 +122,5 @@ def cascades():
 
 
 if __name__ == "__main__":
-    os.makedirs(OUT_DIR, exist_ok=True)
     designs()
     cascades()

@@ -2,11 +2,9 @@
 """Writes the reference data of the spectral kernels' tests in tests/sigcore/
 (ar_test.cpp, czt_test.cpp, phase_test.cpp, cepstrum_test.cpp).
 
-Run with Debian's /usr/bin/python3 (NumPy, SciPy) from the repository root:
-    /usr/bin/python3 tests/gen_spectral_reference.py
+Run: /usr/bin/python3 tests/gen_spectral_reference.py
 
-Every file is raw little-endian float64 and starts with a record table: the number of records
-R, then R record lengths in doubles, then the records. Complex arrays are interleaved (re, im).
+Record files as tests/gen_records.py writes them (a table of R and the R lengths, then the records).
 Scalars are records of length 1 (or a few values in one "params" record).
 
 spec_levinson.f64   r (13 real), a, [err], rc (13 complex), ac, [errc]
@@ -29,13 +27,12 @@ spec_cepstrum.f64   x (256 real), rceps(x), rceps(hann(N, sym=False) * x), xd (r
                     returned delay.
 """
 
-import os
 
 import numpy as np
 import scipy.linalg
 import scipy.signal as ss
 
-from gen_records import OUT_DIR, write_records
+from gen_records import write_records
 
 
 
@@ -192,7 +189,6 @@ def gen_cepstrum(rng):
 
 
 def main():
-    os.makedirs(OUT_DIR, exist_ok=True)
     rng = np.random.default_rng(5005)
     gen_levinson(rng)
     gen_arls(rng)

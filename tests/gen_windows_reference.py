@@ -1,13 +1,10 @@
 #!/usr/bin/python3
 """Writes the reference windows of tests/sigcore/windows_test.cpp.
 
-Run with Debian's /usr/bin/python3 (NumPy, SciPy) from the repository root:
-    /usr/bin/python3 tests/gen_windows_reference.py
+Run: /usr/bin/python3 tests/gen_windows_reference.py
 
-One file per window, tests/data/win_<case>.f64, raw little-endian float64. It starts with a
-record table: the number of records R, then R record lengths (all as float64), then the
-records one after another. The records are, for each length L in LENGTHS in order, the
-periodic window (scipy sym=False) and then the symmetric one (sym=True).
+One record file (tests/gen_records.py) per window, tests/data/win_<case>.f64: for each length
+L in LENGTHS in order, the periodic window (scipy sym=False) and then the symmetric one (sym=True).
 
 SciPy's flattop and blackmanharris are other windows than ours (five- and four-term), so the
 three-term windows are taken from scipy.signal.windows.general_cosine with our coefficients.
@@ -20,13 +17,12 @@ the exact integral N * int_{n/N}^{(n+1)/N} exp(-a t) dt written out in NumPy, it
 scipy's exponential(center=0).
 """
 
-import os
 import warnings
 
 import numpy as np
 from scipy.signal import windows as W
 
-from gen_records import OUT_DIR, write_records
+from gen_records import write_records
 
 LENGTHS = (1, 2, 3, 8, 63, 256)
 
@@ -95,7 +91,6 @@ CASES = {
 
 
 def main():
-    os.makedirs(OUT_DIR, exist_ok=True)
     warnings.simplefilter("ignore")  # chebwin warns below 45 dB
     for name, fn in CASES.items():
         records = []

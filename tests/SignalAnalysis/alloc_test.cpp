@@ -28,8 +28,7 @@ long AllocationsOfUpdates(TRig& rig, int frames) {
 
 TEST(AnalyzerAllocation, UpdatesAfterTheFirstFrameAllocateNothing) {
   ONDRIX_REQUIRE_ALLOCATION_COUNTING();
-  TRig averaged(48000.0);
-  averaged->SetWindow(wtHanning);
+  TRig averaged(48000.0, wtHanning);
   averaged->Stats()->SetAveraging(avLinearInf);
   averaged->Stats()->SetCalcStdDev(true);
   averaged->Peaks()->SetTraceMethod(ptLargest);
@@ -37,8 +36,7 @@ TEST(AnalyzerAllocation, UpdatesAfterTheFirstFrameAllocateNothing) {
   averaged->Bands()->SetThirdOctaveBands();
   EXPECT_EQ(AllocationsOfUpdates(averaged, 20), 0);
 
-  TRig harmonics(48000.0);
-  harmonics->SetWindow(wtBlackmanHarris);
+  TRig harmonics(48000.0, wtBlackmanHarris);
   harmonics->SetLogarithmic(true);
   harmonics->Peaks()->SetTraceMethod(ptAmpltHarmonics);
   harmonics->Peaks()->Interpolation()->SetMethod(imNumeric);
@@ -58,41 +56,28 @@ TEST(AnalyzerAllocation, CrossAndBispectrumUpdatesAfterTheFirstFrameAllocateNoth
       for (int k = 4; k < 8; ++k) feed(data[k], data[k - 4]);
     });
   };
-  TSignal x(nullptr), y(nullptr);
-  x.SetSamplingFrequency(8000.0);
-  y.SetSamplingFrequency(8000.0);
   for (bool recursive : {true, false}) {
-    TCrossSpectrumAnalyzer cross(nullptr);
-    cross.SetInput(&x);
-    cross.SetOutput(&y);
-    cross.SetWindow(wtHanning);
-    cross.SetLogarithmic(true);
-    cross.CrossAnalyzer()->SetTransform(ctTransferFunction);
-    cross.CrossAnalyzer()->SetRecursive(recursive);
-    EXPECT_EQ(count([&](const TVec& a, const TVec& b) { x.SetData(a), y.SetData(b), cross.Update(); }), 0) << recursive;
+    TCrossRig cross(8000.0, wtHanning);
+    cross->SetLogarithmic(true);
+    cross.ca().SetTransform(ctTransferFunction);
+    cross.ca().SetRecursive(recursive);
+    EXPECT_EQ(count([&](const TVec& a, const TVec& b) { cross.Feed(a, b); }), 0) << recursive;
   }
   for (TBicoherenceType type : {bctModified, bctDefault}) {
     for (bool lines : {false, true}) {
-      TBiSpectrumAnalyzer bi(nullptr);
-      bi.SetInput(&x);
-      bi.Stats()->SetAveraging(avLinearInf);
-      bi.BiAnalyzer()->SetBicoherenceType(type);
-      bi.BiAnalyzer()->SetSingleLinesOnly(lines);
-      TVec rows(2);
-      rows.Values(0) = 1000.0, rows.Values(1) = 2500.0;
-      bi.BiAnalyzer()->SetLines(rows);
-      EXPECT_EQ(count([&](const TVec& a, const TVec&) { x.SetData(a), bi.Update(); }), 0) << type << lines;
+      TBiRig bi(8000.0);
+      bi.ba().SetBicoherenceType(type);
+      bi.ba().SetSingleLinesOnly(lines);
+      bi.ba().SetLines(Vec({1000.0, 2500.0}));
+      EXPECT_EQ(count([&](const TVec& a, const TVec&) { bi.Feed(a); }), 0) << type << lines;
     }
   }
   // Sums of the whole plane wait in batches: a run of frames past a batch allocates nothing.
-  TBiSpectrumAnalyzer sums(nullptr);
-  sums.SetInput(&x);
-  sums.Stats()->SetAveraging(avLinearInf);
-  sums.BiAnalyzer()->SetRecursive(false);
-  x.SetData(data[0]);
-  sums.Update();
+  TBiRig sums(8000.0);
+  sums.ba().SetRecursive(false);
+  sums.Feed(data[0]);
   EXPECT_EQ(AllocationsOf([&] {
-              for (int k = 0; k < 20; ++k) x.SetData(data[k % 8]), sums.Update();
+              for (int k = 0; k < 20; ++k) sums.Feed(data[k % 8]);
             }),
             0);
 }
@@ -100,13 +85,10 @@ TEST(AnalyzerAllocation, CrossAndBispectrumUpdatesAfterTheFirstFrameAllocateNoth
 // The signal analyzer, every transform behind integration, mean removal and rotation.
 TEST(SignalAnalyzerAllocation, UpdatesAfterTheFirstAllocateNothing) {
   ONDRIX_REQUIRE_ALLOCATION_COUNTING();
-  TSignal a(nullptr), b(nullptr);
-  a.SetData(Noise(2048, 1));
-  b.SetData(Noise(2048, 2));
+  const TVec b = Noise(2048, 2);
   for (int t = ttWindow; t <= ttCplxCepstrum; ++t) {
-    TSignalAnalyzer an(nullptr);
-    an.SetInput(&a);
-    an.Inputs()->Add()->SetInput(&b);
+    TTimeRig rig(Noise(2048, 1), 1.0, &b);
+    TSignalAnalyzer& an = rig.an;
     an.SetTransform(static_cast<TTimeTransform>(t));
     an.SetWindow(wtHanning);
     an.SetIntegration(inTwice);

@@ -71,8 +71,7 @@ TEST(Bands, LevelIsTheRootSumOfSquaresOfTheLinesInside) {
 TEST(Bands, NoiseBandwidthCorrectionMakesAToneBetweenLinesReadItsAmplitude) {
   // Parseval: a tone's Σ Amplt² over all lines is (A/2)²·B for any position between lines.
   const double fs = 8192.0;
-  TRig rig(fs);
-  rig->SetWindow(wtHanning);
+  TRig rig(fs, wtHanning);
   rig->Bands()->Bands()->AddBand(900, 1100);
   rig.Feed(Sine(8192, fs, 1000.37, 1.2));
   EXPECT_NEAR(rig->NoiseBandwidthLines(), 1.5, 1e-12);  // N·Σw²/(Σw)² of the periodic Hann window

@@ -17,32 +17,6 @@ using namespace ondrix::testing;
 
 namespace {
 
-/// A cross analyzer named "Cross" between two plain signals.
-struct TCrossRig : TRigOf<TCrossSpectrumAnalyzer> {
-  std::unique_ptr<TSignal> y = std::make_unique<TSignal>(nullptr);
-  TSignal* x = source.get();
-
-  explicit TCrossRig(double fs) : TRigOf(fs) {
-    y->SetSamplingFrequency(fs);
-    an->SetName("Cross");
-    an->SetOutput(y.get());
-  }
-  void Feed(const TVec& xs, const TVec& ys) {
-    y->SetData(ys);
-    TRigOf::Feed(xs);
-  }
-  /// Frames of n samples every hop samples of the two streams.
-  void FeedStreams(const TVec& xs, const TVec& ys, int n, int hop) {
-    TVec a(n), b(n);
-    for (int s = 0; s + n <= xs.Length(); s += hop) {
-      a.Copy(xs, s, 0, n);
-      b.Copy(ys, s, 0, n);
-      Feed(a, b);
-    }
-  }
-  TCrossAnalyzer& ca() const { return *an->CrossAnalyzer(); }
-};
-
 /// Largest relative difference of got[k]·factor from ref[k], k = 1 .. count − 1, over the
 /// lines where |ref| is above 10⁻⁶ of its largest value.
 double RelErr(const TVec& got, const TVec& ref, int count, double factor) {
@@ -78,8 +52,7 @@ TEST(CrossSpectrum, AveragesMatchScipyOnTheSameOverlappedFrames) {
   const TVec pxy = test::ToVec(r[3], true), pxx = test::ToVec(r[4]), pyy = test::ToVec(r[5]);
   const TVec coh = test::ToVec(r[6]), h1 = test::ToVec(r[7]);
   for (bool recursive : {true, false}) {
-    TCrossRig rig(fs);
-    rig->SetWindow(wtHanning);
+    TCrossRig rig(fs, wtHanning);
     rig.ca().SetRecursive(recursive);
     rig.FeedStreams(x, y, n, hop);
     if (!recursive) rig->UpdateSpectrum();
@@ -112,18 +85,11 @@ TEST(CrossSpectrum, AveragesMatchScipyOnTheSameOverlappedFrames) {
   }
 }
 
-TEST(CrossSpectrum, IdenticalChannelsHaveCoherenceOneAndUnitTransfer) {
-  TCrossRig rig(1000.0);
+TEST(CrossSpectrum, IdenticalChannelsHaveUnitTransferInEveryType) {
+  TCrossRig rig(1000.0, wtHanning);
   rig->SetOutput(rig.x);  // the same signal on both inputs
-  rig->SetWindow(wtHanning);
   rig.ca().SetTransform(ctTransferFunction);
-  for (int f = 0; f < 4; ++f) {
-    rig.x->SetData(Noise(256, 100 + f));
-    rig->Update();
-  }
-  const TVec& c = rig.ca().Coherence();
-  ASSERT_EQ(c.Length(), 128);
-  for (int k = 1; k < c.Length(); ++k) EXPECT_NEAR(c.Values(k), 1.0, 1e-12) << k;
+  for (int f = 0; f < 4; ++f) rig.Feed(Noise(256, 100 + f));
   const std::pair<TSpectrumType, double> types[] = {{stAmplitude, 1.0}, {stRmsAmplitude, std::sqrt(0.5)},
                                                     {stPower, 1.0}, {stDoubleAmplitude, 2.0}, {stComplex, 1.0}};
   for (const auto& [type, want] : types) {
@@ -157,26 +123,19 @@ TEST(CrossSpectrum, FailuresRaiseTheirMessagesBeforeAnythingChanges) {
   }
 }
 
+// The sums themselves, divided once, meet scipy in AveragesMatchScipyOnTheSameOverlappedFrames.
 TEST(CrossSpectrum, WithoutRecursiveSumsWaitForUpdateWhichDividesEachTime) {
-  TCrossRig sums(1000.0), means(1000.0);
+  TCrossRig sums(1000.0);
   sums.ca().SetRecursive(false);
   const TVec shownBefore = sums->Amplt();
   for (int f = 0; f < 5; ++f) {
-    const TVec a = Noise(200, 10 + f), b = Sum(Noise(200, 10 + f), Noise(200, 50 + f, 0.3));
-    sums.Feed(a, b);
-    means.Feed(a, b);
-    TVec scaled(means.ca().CrossSpectrum());
-    scaled.Scale(f + 1.0);
-    EXPECT_TRUE(Near(sums.ca().CrossSpectrum(), scaled, 1e-13)) << f;
+    sums.Feed(Noise(200, 10 + f), Noise(200, 50 + f));
     EXPECT_EQ(MaxDiff(sums->Amplt(), shownBefore), 0.0);  // nothing shown while accumulating
   }
   sums.ca().Update();
-  EXPECT_TRUE(Near(sums.ca().CrossSpectrum(), means.ca().CrossSpectrum(), 1e-13));
-  EXPECT_TRUE(Near(sums.ca().InputSpectrum(), means.ca().InputSpectrum(), 1e-13));
-  EXPECT_TRUE(Near(sums.ca().Coherence(), means.ca().Coherence(), 1e-12));
-  sums.ca().Update();
-  TVec again(means.ca().OutputSpectrum());
+  TVec again(sums.ca().OutputSpectrum());
   again.Scale(1.0 / 5);
+  sums.ca().Update();
   EXPECT_TRUE(Near(sums.ca().OutputSpectrum(), again, 1e-13));
 }
 
@@ -188,8 +147,7 @@ TEST(CrossSpectrum, TransferFunctionOfAnIirSystemWithinTheStatisticalError) {
   const TVec H = test::ToVec(r[3], true);
   const TVec x = Noise(n * frames, 7);
   const TVec y = Sum(Filter(r[1], r[2], x), Noise(n * frames, 8, 0.02));
-  TCrossRig rig(fs);
-  rig->SetWindow(wtHanning);
+  TCrossRig rig(fs, wtHanning);
   rig->SetSpectrumType(stComplex);
   rig.ca().SetTransform(ctTransferFunction);
   rig.FeedStreams(x, y, n, n);
@@ -242,8 +200,6 @@ TEST(CrossSpectrum, AveragingModesAndRestarts) {
 
 TEST(CrossSpectrum, SubObjectDefaultsAndStreaming) {
   TCrossSpectrumAnalyzer a(nullptr);
-  EXPECT_EQ(a.Stats()->Averaging(), avLinearInf);
-  EXPECT_EQ(a.CrossAnalyzer()->Transform(), ctInputSpectrum);
   EXPECT_EQ(a.CrossAnalyzer()->Analysis().ToString(), "[caCoherence,caTransferFunction]");
   a.CrossAnalyzer()->SetAnalysis(TCrossAnalysisSet::FromString("[ caTransferFunction ]"));
   a.CrossAnalyzer()->SetTransform(ctCoherence);  // not stored

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 #include <vector>
 
 #include "analyzer_helpers.h"
@@ -50,8 +49,7 @@ TEST(PeakInterpolation, NumericFindsAToneBetweenTwoLinesWithinItsPrecision) {
   const double f = 200.37, A = 1.3;  // 1024 samples at 1024 Hz: Δ = 1 Hz
   const TVec x = Sine(1024, 1024.0, f, A, 0.5);
   for (TInterpolationPrecision p : {ip2, ip4, ip6}) {
-    TProbeRig rig(1024.0);
-    rig->SetWindow(wtHanning);
+    TProbeRig rig(1024.0, wtHanning);
     Largest(*rig.an, 1, imNumeric);
     rig->Peaks()->Interpolation()->SetPrecision(p);
     rig.Feed(x);
@@ -108,13 +106,11 @@ TEST(PeakInterpolation, FormulasOnAnAutoregressiveSpectrumAndWhereTheyDoNotApply
     EXPECT_EQ(fft->Peaks()->GetMarks(0).Freq, 50.0) << m;
     ArRig(fft, m);  // an autoregressive estimate after the FFT one
     EXPECT_EQ(fft->Peaks()->GetMarks(0).Freq, fft->LineFrequency(fft->LineOf(fft->Peaks()->GetMarks(0).Freq))) << m;
-    const std::function<void(TRig&)> skips[] = {[](TRig& r) { r->SetWindow(wtHanning); },
-                                                [](TRig& r) { r->SetSpectrumType(stPower); }};
-    for (const auto& skip : skips) {
-      TRig other(512.0);
-      skip(other);
+    for (int skip = 0; skip < 3; ++skip) {  // a Hanning window, the power type, the complex type
+      TRig other(512.0, skip == 0 ? wtHanning : wtRectangular);
+      if (skip > 0) other->SetSpectrumType(skip == 1 ? stPower : stComplex);
       ArRig(other, m);
-      EXPECT_EQ(other->Peaks()->GetMarks(0).Freq, 50.0) << m;
+      EXPECT_EQ(other->Peaks()->GetMarks(0).Freq, 50.0) << m << " " << skip;
     }
     TRig averaged(512.0);
     averaged->Stats()->SetAveraging(avLinearInf);
@@ -131,8 +127,7 @@ TEST(PeakInterpolation, FormulasOnAnAutoregressiveSpectrumAndWhereTheyDoNotApply
 TEST(PeakSearch, CandidateRuleTakesAPlateauAtItsRightEnd) {
   TSpectrumAnalyzer an(nullptr);
   an.SetLength(10);
-  const double v[10] = {0, 1, 2, 2, 1, 0, 3, 3, 1, 4};
-  for (int i = 0; i < 10; ++i) an.Amplt().Values(i) = v[i];
+  an.Amplt().Copy(Vec({0, 1, 2, 2, 1, 0, 3, 3, 1, 4}));
   an.Peaks()->FindAllPeaks();
   ASSERT_EQ(an.Peaks()->Count(), 2);
   EXPECT_DOUBLE_EQ(an.Peaks()->GetMarks(0).Freq, 3 * an.HzRes());
@@ -147,7 +142,6 @@ TEST(PeakSearch, LargestPeaksInAmplitudeOrderAndWithinTheBand) {
   rig.Feed(x);
   ASSERT_EQ(rig->Peaks()->Count(), 2);
   EXPECT_EQ(rig->Peaks()->GetMarks(0).Freq, 900.0);
-  EXPECT_NEAR(rig->Peaks()->GetMarks(0).Amplt, 0.5, 1e-12);
   EXPECT_EQ(rig->Peaks()->GetMarks(1).Freq, 300.0);
   rig->Peaks()->SetLargestCount(1);
   rig->Peaks()->SetUseFullBandwidth(false);
@@ -174,11 +168,10 @@ TEST(PeakSearch, LargestPeaksInAmplitudeOrderAndWithinTheBand) {
 }
 
 // Harmonics by amplitude, their limit at the axis and the THD: Report.MarksThdAndBandsInAlignedColumns.
-TEST(PeakSearch, HarmonicsByFrequencyAndByAmplitude) {
-  // By frequency: the fundamental (500 Hz) is weaker than its second harmonic.
+TEST(PeakSearch, HarmonicsByFrequencyFollowTheMarkNotTheStrongestTone) {
+  // The fundamental (500 Hz) is weaker than its second harmonic.
   const TVec y = Sum(Sum(Sine(8192, 8192.0, 500, 0.1), Sine(8192, 8192.0, 1000, 1.0)), Sine(8192, 8192.0, 1500, 0.05));
-  TRig byFreq(8192.0);
-  byFreq->SetWindow(wtHanning);
+  TRig byFreq(8192.0, wtHanning);
   byFreq->Peaks()->SetTraceMethod(ptFreqHarmonics);
   byFreq->Peaks()->SetHarmonicsCount(3);
   byFreq->Marks().Add(503.0, 0.0);  // within ±MainlobeWidth/2 lines of the fundamental
@@ -187,15 +180,10 @@ TEST(PeakSearch, HarmonicsByFrequencyAndByAmplitude) {
   EXPECT_EQ(byFreq->Peaks()->GetMarks(0).Freq, 500.0);
   EXPECT_EQ(byFreq->Peaks()->GetMarks(2).Freq, 1500.0);
   EXPECT_NEAR(byFreq->THD(), std::hypot(1.0, 0.05) / 0.1 * 100, 1e-8);
-  TRig byAmplt(8192.0);
-  byAmplt->Peaks()->SetTraceMethod(ptAmpltHarmonics);
-  byAmplt.Feed(y);
-  EXPECT_EQ(byAmplt->Peaks()->GetMarks(0).Freq, 1000.0);
 }
 
 TEST(PeakSearch, TraceFollowsADriftingToneAndAdjustReadsFixedMarks) {
-  TRig rig(4096.0);
-  rig->SetWindow(wtHanning);
+  TRig rig(4096.0, wtHanning);
   rig->Peaks()->SetTraceMethod(ptCurrent);
   rig->Peaks()->SetTraceInterval(5.0);
   rig.Feed(Sine(4096, 4096.0, 1000, 1.0));
@@ -213,8 +201,7 @@ TEST(PeakSearch, TraceFollowsADriftingToneAndAdjustReadsFixedMarks) {
 }
 
 TEST(PeakSearch, MainlobeWidthIsSetAfterTheSearch) {
-  TProbeRig rig(1024.0);
-  rig->SetWindow(wtKaiser);
+  TProbeRig rig(1024.0, wtKaiser);
   rig->SetSidelobeAtt(100.5);
   rig->Marks().Add(100.0, 0.0);  // ptNone reads the mark through AmpltEst
   rig.Feed(Sine(1024, 1024.0, 100, 1.0));
@@ -264,8 +251,7 @@ TEST(PeakSearch, OrderAxisFollowsTheFundamental) {
 }
 
 TEST(PeakSearch, FilterNotchesThePeakAndLogConvertsTheMarks) {
-  TRig rig(1024.0);
-  rig->SetWindow(wtHanning);
+  TRig rig(1024.0, wtHanning);
   Largest(*rig.an, 1, imNone);
   rig.Feed(Sum(Sine(1024, 1024.0, 100, 2.0), Noise(1024, 4, 1e-4)));
   const double before = rig->Amplt().Values(100);
@@ -285,5 +271,4 @@ TEST(PeakSearch, FilterNotchesThePeakAndLogConvertsTheMarks) {
   db->SetSpectrumType(stPower);
   db.Feed(x);
   EXPECT_NEAR(db->Peaks()->GetMarks(1).Amplt, -20.0, 1e-9);
-  EXPECT_NEAR(db->Amplt().Values(300), -20.0, 1e-9);
 }

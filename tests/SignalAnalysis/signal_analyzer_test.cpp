@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 
 #include "../common/block_source.h"
 #include "../common/vec_compare.h"
@@ -15,27 +14,6 @@
 
 using namespace ondrix;
 using namespace ondrix::testing;
-
-namespace {
-
-/// An analyzer on a (and b) at fs, set up by the caller.
-struct TTimeRig {
-  TSignal x{nullptr}, y{nullptr};
-  TSignalAnalyzer an{nullptr};
-  TTimeRig(const TVec& a, double fs, const TVec* b = nullptr) {
-    x.SetData(a);
-    x.SetSamplingFrequency(fs);
-    an.SetInput(&x);
-    if (b) y.SetData(*b), an.Inputs()->Add()->SetInput(&y);
-  }
-  const TVec& Run(const std::function<void(TSignalAnalyzer&)>& setup = {}) {
-    if (setup) setup(an);
-    an.Update();
-    return an.Data();
-  }
-};
-
-}  // namespace
 
 TEST(SignalAnalyzer, TransformsMatchNumpyAndScipy) {
   const auto c = test::ReadRecords("ta_corr.f64"), d = test::ReadRecords("ta_dct.f64"),
@@ -131,9 +109,7 @@ TEST(SignalAnalyzer, SearchesACosineAndItsEnds) {
   EXPECT_NEAR(at[1], 0.011 + 1.5 * T, 2e-4);
   EXPECT_NEAR(at[2], 0.011 + 1.25 * T, 5e-4);  // linear interpolation
   EXPECT_EQ(at[3], 0.0);
-  TVec v(4);  // 1 0 −1 0: the zero between + and − is the crossing, the last zero none
-  v.Values(0) = 1, v.Values(2) = -1;
-  TTimeRig edge(v, 1);
+  TTimeRig edge(Vec({1, 0, -1, 0}), 1);  // the zero between + and − is the crossing, the last zero none
   edge.Run();
   ASSERT_TRUE(edge.an.ZeroCrossing(at[0] = 3));
   EXPECT_EQ(at[0], 1.0);

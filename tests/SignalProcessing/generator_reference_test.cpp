@@ -1,6 +1,5 @@
-// Waveforms against closed forms computed apart from the generator (SciPy data written by
-// tests/gen_generator_reference.py, or analytic expressions here), and the invariant that
-// blocks joined equal one long block.
+// Waveforms against SciPy (tests/gen_generator_reference.py) or closed forms, and blocks
+// joined against one long block.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -79,21 +78,23 @@ TEST(GeneratorBlocks, TwoBlocksOf128EqualOneBlockOf256) {
   EXPECT_LE(MaxDiff(Pull(*expr(256), 1), Pull(*expr(128), 2)), 1e-12);
 }
 
+// The noise's statistics are tested with its kernel (tests/sigcore/waveforms_test.cpp).
 TEST(GeneratorBlocks, LinesThatAreNotContinuousRestartEveryBlock) {
-  for (auto&& line : {FunctionLine(funSine, {100.0, 30.0, 1.0}, false, false),
-                      FunctionLine(funSquare, {37.0, 10.0, 2.0, 0.5}, false, false),
-                      FunctionLine(funImpulse, {0.004, 0.010, 0.002, 0.003, 1.5}, false, false),
-                      FunctionLine(funChirp, {100.0, 0.0, 1.0, 0.1, 400.0, 0.5, 4.0}, false, false),
-                      FunctionLine(funRandUniform, {-1.0, 3.0}, false, false)}) {
-    auto g = Gen(1000.0, 128, line);
-    std::vector<double> b1 = Pull(*g, 1);
-    EXPECT_EQ(Pull(*g, 1), b1) << FuncToString(line.FuncType);
+  for (auto&& line : {FunctionLine(funSine, {100.0, 30.0, 1.0}), FunctionLine(funSquare, {37.0, 10.0, 2.0, 0.5}),
+                      FunctionLine(funImpulse, {0.004, 0.010, 0.002, 0.003, 1.5}),
+                      FunctionLine(funChirp, {100.0, 0.0, 1.0, 0.1, 400.0, 0.5, 4.0}),
+                      FunctionLine(funRandUniform, {-1.0, 3.0}), FunctionLine(funRandGauss, {0.5, -2.0})}) {
+    for (bool continuous : {false, true}) {
+      auto g = Gen(1000.0, 128, line);
+      g->Sounds()->Template()->Items(0)->Continuous = continuous;
+      const std::vector<double> b1 = Pull(*g, 1);
+      EXPECT_EQ(Pull(*g, 1) == b1, !continuous) << FuncToString(line.FuncType) << " continuous " << continuous;
+    }
   }
   // The sine restarts at its start phase, the noise at the vector library's seed 999.
   EXPECT_NEAR(Pull(*Gen(1000.0, 128, FunctionLine(funSine, {100.0, 30.0, 1.0}, false, false)), 2)[128], 0.5, 1e-15);
   TVec seeded(128);
   seeded.RandGauss(999, 0.5, 2.0);
   std::vector<double> noise = Pull(*Gen(1000.0, 128, FunctionLine(funRandGauss, {0.5, -2.0}, false, false)), 2);
-  EXPECT_EQ(std::vector<double>(noise.begin() + 128, noise.end()),
-            std::vector<double>(seeded.PValues(), seeded.PValues() + 128));
+  EXPECT_EQ(std::vector<double>(noise.begin() + 128, noise.end()), Values(seeded));
 }

@@ -224,8 +224,7 @@ TEST(SignalFilter, DesignReportTellsWhatWasAchieved) {
   EXPECT_TRUE(r.Bands[0].Met);
   EXPECT_EQ(r.Length, f->Taps().Length());
 
-  // A Hann window of 15 taps cannot give 60 dB: the filter is still designed and the report
-  // says so.
+  // A 15-tap Hann window cannot give 60 dB: the filter is still designed, the report says so.
   auto s = Designed(rstFIR, {{0.0, 0.2, 1.0, 0.1}, {0.3, 1.0, 0.0, 60}});
   s->SetWindow(wtHanning);
   s->SetFirLength(15);

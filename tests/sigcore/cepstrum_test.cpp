@@ -6,9 +6,7 @@
 #include "reference_records.h"
 
 using namespace ondrix;
-using ondrix::test::MaxAbsDiff;
-using ondrix::test::ReadRecords;
-using ondrix::test::ToVec;
+using namespace ondrix::test;
 
 TEST(Cepstrum, MatchesNumpy) {
   const auto recs = ReadRecords("spec_cepstrum.f64");

@@ -4,14 +4,11 @@
 
 #include "ondrix/sigcore/czt.h"
 #include "ondrix/vec/calcbase.h"
-#include "reference_records.h"
+#include "filter_test_util.h"
 
 using namespace ondrix;
-using ondrix::test::MaxAbs;
+using namespace ondrix::test;
 using ondrix::testing::Near;
-using ondrix::test::MaxAbsDiff;
-using ondrix::test::ReadRecords;
-using ondrix::test::ToVec;
 
 namespace {
 
@@ -19,9 +16,7 @@ namespace {
 TCplx DirectZ(const TVec& x, std::complex<long double> z) {
   std::complex<long double> acc = 0, zinv = 1.0L / z, p = 1;
   for (int j = 0; j < x.Length(); ++j) {
-    const std::complex<long double> v = x.Complex() ? std::complex<long double>(x.CValues(j))
-                                                    : std::complex<long double>(x.Values(j), 0);
-    acc += v * p;
+    acc += std::complex<long double>(At(x, j)) * p;
     p *= zinv;
   }
   return TCplx(static_cast<double>(acc.real()), static_cast<double>(acc.imag()));
@@ -58,8 +53,7 @@ TEST(Czt, MatchesScipyCztAndZoomFft) {
 // polar(1, −2π/n) is off the circle by its rounding, and its transform drifts accordingly.)
 TEST(Czt, FullCircleIsFft) {
   for (int n : {1, 5, 1000, 1024}) {
-    TVec x(n, true);
-    x.RandGauss(n, 0.0, 1.0);
+    const TVec x = GaussNoise(n, true, n);
     TVec X, F;
     TCztState st;
     CztInitLog(st, n, n, 0.0, -1.0 / n, 0.0, 0.0);
@@ -78,8 +72,7 @@ TEST(Czt, FullCircleIsFft) {
 // Long frames and far-off start frequencies need exact chirp angles: k²/2 grows to 10⁸ here.
 TEST(Czt, LongTransformAgainstDirectSum) {
   const int n = 20000, m = 48;
-  TVec x(n);
-  x.RandGauss(99, 0.0, 1.0);
+  TVec x = GaussNoise(n, false, 99);
   for (int i = 0; i < n; ++i) x.Values(i) += std::cos(TWOPI * 0.2345678 * i);
   TCztState st;
   const double fs = 1.0, f0 = 0.2345, df = 1e-5;
@@ -101,8 +94,7 @@ TEST(Czt, SpiralRadiiAndStateReuse) {
   TCztState st;
   CztZoomInit(st, n, m, f0, df, fs, r0, r1);
   for (std::uint32_t seed : {1u, 2u}) {
-    TVec x(n, true);
-    x.RandGauss(seed, 0.0, 1.0);
+    const TVec x = GaussNoise(n, true, seed);
     TVec X;
     Czt(st, X, x);
     ASSERT_EQ(X.Length(), m);

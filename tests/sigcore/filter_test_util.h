@@ -17,6 +17,8 @@
 
 namespace ondrix::test {
 
+using testing::At;
+
 /// Interleaved (re, im) record as complex values.
 inline std::vector<TCplx> Cplx(const std::vector<double>& r) {
   std::vector<TCplx> c(r.size() / 2);
@@ -41,6 +43,13 @@ inline double RootSetDistance(std::vector<TCplx> ours, const std::vector<TCplx>&
     ours.erase(ours.begin() + static_cast<long>(best));
   }
   return worst;
+}
+
+/// n unit-variance Gaussian samples (each part, for complex ones) from seed.
+inline TVec GaussNoise(int n, bool complex, unsigned seed) {
+  TVec v(n, complex);
+  v.RandGauss(seed, 0.0, 1.0);
+  return v;
 }
 
 /// Complex response of real taps at f (units of fs = 2).

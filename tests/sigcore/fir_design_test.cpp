@@ -1,6 +1,4 @@
-// Windowed FIR design, Kaiser rules, differentiators, Hilbert transformers, Savitzky-Golay
-// and moving-average taps, against SciPy (tests/gen_filter_reference.py) and analytic
-// responses.
+// FIR designs against SciPy (tests/gen_filter_reference.py) and analytic responses.
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -1,6 +1,4 @@
-// Streaming integration and differentiation against scipy's cumulative trapezoid
-// (tests/data/ta_integrate.f64, from tests/gen_timeanalysis_reference.py) and the closed forms
-// of a sampled sine; blocks processed one by one equal the whole stream.
+// Integration and differentiation against SciPy (tests/gen_timeanalysis_reference.py) and a sampled sine.
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -1,10 +1,6 @@
-// Rate change by powers of two: the stage designs against scipy.signal.remez, the cascade
-// against scipy.signal.upfirdn stage by stage (tests/gen_multirate_reference.py), block splits,
-// the 2:1 stage against the general polyphase state, and no allocation after the first block.
+// Rate change by powers of two against SciPy (tests/gen_multirate_reference.py).
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <functional>
 #include <string>
 
 #include "../common/allocation_counter.h"
@@ -93,10 +89,7 @@ TEST(MultiRateCascade, MatchesUpfirdnStageByStageInAnyBlocks) {
 // The 2:1 stage equals the general polyphase state on the same stream, odd blocks and real
 // blocks that turn complex mid-stream included, and after a reset equals a new state.
 TEST(MultiRateCascade, StageAgreesWithPolyphaseState) {
-  TVec h(23);
-  h.RandGauss(5, 0.0, 1.0);
-  TVec x(600, true);
-  x.RandGauss(6, 0.0, 1.0);
+  const TVec h = GaussNoise(23, false, 5), x = GaussNoise(600, true, 6);
   for (TRate2Mode mode : {r2Down, r2Up, r2Same}) {
     SCOPED_TRACE(mode);
     TRate2State s;
@@ -140,9 +133,7 @@ TEST(MultiRateCascade, BlocksAfterTheFirstAllocateNothing) {
   CascadeInit(dec, cmDecimate, 4, hb, last, 2);
   CascadeInit(itp, cmInterpolate, 4, hb, last);
   CascadeInit(dem, cmDecimateFilterLast, 4, hb, last);
-  TVec x(4096), xc(4096, true), y;
-  x.RandGauss(1, 0.0, 1.0);
-  xc.RandGauss(2, 0.0, 1.0);
+  TVec x = GaussNoise(4096, false, 1), xc = GaussNoise(4096, true, 2), y;
   CascadeFilter(x, y, dec);
   CascadeFilter(x, y, itp);
   CascadeFilter(xc, y, dem);

@@ -65,7 +65,7 @@ TEST(PeakFit, MainLobeWidthsAndDegenerateInputs) {
 }
 
 // The three-line estimators on lines whose tone position is known in closed form.
-TEST(PeakEstimators, RecoverTheToneOfTheirModels) {
+TEST(PeakEstimators, RecoverTheToneOfTheirModelsAndHillClimbConverges) {
   const auto sinc = [](double x) { return x == 0 ? 1.0 : std::fabs(std::sin(M_PI * x) / (M_PI * x)); };
   // Line m of the rectangular-window DFT of exp(2πi·ν·n/N), n < N (a geometric series).
   const int N = 1024;
@@ -92,9 +92,7 @@ TEST(PeakEstimators, RecoverTheToneOfTheirModels) {
   EXPECT_NEAR(QuinnTau(0.0), -0.01031036307982877, 1e-16);
   EXPECT_NEAR(QuinnTau(1.0), 0.20711309833764796, 1e-15);
   EXPECT_NEAR(QuinnTau(0.25), 0.08592684451211693, 1e-15);
-}
-
-TEST(PeakEstimators, HillClimbStopsWithinItsLastStep) {
+  // The hill climb stops within its last step.
   for (double minStep : {1e-2, 1e-6}) {
     const double x = ClimbToMaximum([](double x) { return -std::pow(x - 0.3217, 2); }, 0.0, 0.125, minStep);
     EXPECT_LE(std::fabs(x - 0.3217), 2 * minStep) << minStep;

@@ -1,6 +1,4 @@
-// Parks-McClellan designs against scipy.signal.remez (tests/gen_filter_reference.py), the
-// special responses of RemezImpulse against their ideal responses, length estimates, and
-// failures that must end in a clear error.
+// Parks-McClellan designs against scipy.signal.remez (tests/gen_filter_reference.py) and ideal responses.
 #include <gtest/gtest.h>
 
 #include <chrono>

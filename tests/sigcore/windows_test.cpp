@@ -6,10 +6,10 @@
 
 #include "ondrix/sigcore/windows.h"
 #include "ondrix/vec/calcbase.h"
-#include "reference_records.h"
+#include "filter_test_util.h"
 
 using namespace ondrix;
-using ondrix::test::ReadRecords;
+using namespace ondrix::test;
 
 namespace {
 
@@ -71,8 +71,7 @@ TEST(Windows, MatchScipyPeriodicAndSymmetric) {
         const auto& ref = recs[2 * li + (sym ? 1 : 0)];
         TVec w = Ones(kLengths[li]);
         gen(w, sym);
-        EXPECT_LE(ondrix::test::MaxAbsDiff(w, ondrix::test::ToVec(ref)), 1e-12)
-            << name << " N=" << kLengths[li] << " sym=" << sym;
+        EXPECT_LE(MaxAbsDiff(w, ToVec(ref)), 1e-12) << name << " N=" << kLengths[li] << " sym=" << sym;
       }
     }
   }
@@ -126,18 +125,16 @@ TEST(Windows, ExponentMeanIndependentOfLength) {
   EXPECT_THROW(ExponentWindow(w, 1.5), EVecError);
   TVec r = Ones(16);
   ExponentWindow(r, 1.0);
-  EXPECT_EQ(ondrix::test::MaxAbsDiff(r, Ones(16)), 0.0);
+  EXPECT_EQ(MaxAbsDiff(r, Ones(16)), 0.0);
 }
 
 TEST(Windows, GeneratorsMultiplyInPlaceAndConventions) {
-  using ondrix::test::MaxAbsDiff;
   auto make = [](auto gen, TVec w) {
     gen(w);
     return w;
   };
   // A complex frame is scaled element by element by the real window; lengths 0 and 1 are left.
-  TVec x(37, true);
-  x.RandGauss(7, 0.0, 1.0);
+  const TVec x = GaussNoise(37, true, 7);
   const TVec w = make([](TVec& v) { Kaiser(v, 6.0); }, Ones(37));
   TVec expected(x);
   for (int i = 0; i < 37; ++i) expected.CValues(i) *= w.Values(i);

@@ -1,11 +1,6 @@
 // Correlations against numpy.correlate (tests/gen_fft_reference.py) and analytic cases.
 #include <algorithm>
-#include <bit>
-#include <cmath>
-#include <fstream>
-#include <stdexcept>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -32,16 +27,10 @@ CorrRef LoadCorrRef(const std::string& name, int nx, int ny) {
   return r;
 }
 
-const CorrRef& Small() {
-  static const CorrRef r = LoadCorrRef("small", 40, 29);
-  return r;
+const CorrRef& Ref(bool medium) {
+  static const CorrRef r[] = {LoadCorrRef("small", 40, 29), LoadCorrRef("medium", 600, 450)};
+  return r[medium];
 }
-
-const CorrRef& Medium() {
-  static const CorrRef r = LoadCorrRef("medium", 600, 450);
-  return r;
-}
-
 
 // Lags −lo .. hi − 1 out of a numpy "full" correlation whose first factor had nx values
 // (lag k at index nx − 1 + k); lags outside it are 0.
@@ -65,7 +54,7 @@ TVec Scaled(TVec v, F f) {
 constexpr TCorrMethod kMethods[] = {cmDirect, cmFFT, cmAuto};
 
 TEST(Correlation, AutoCorrMatchesNumpy) {
-  for (const CorrRef* r : {&Small(), &Medium()}) {
+  for (const CorrRef* r : {&Ref(false), &Ref(true)}) {
     const int n = r->nx;
     for (bool complex : {false, true}) {
       const TVec& x = complex ? r->xc : r->x;
@@ -90,7 +79,7 @@ TEST(Correlation, AutoCorrMatchesNumpy) {
 }
 
 TEST(Correlation, CrossCorrMatchesNumpy) {
-  for (const CorrRef* r : {&Small(), &Medium()}) {
+  for (const CorrRef* r : {&Ref(false), &Ref(true)}) {
     const int nx = r->nx, ny = r->ny;
     // (HiLag, LoLag): positive lags only, negative only, both, the full overlap, and beyond it.
     const std::pair<int, int> bounds[] = {{1, 0},       {0, 4},           {5, 3},
@@ -115,7 +104,7 @@ TEST(Correlation, CrossCorrMatchesNumpy) {
 // cmAuto changes path at some lag count: the results on either side of the switch match numpy
 // (both forced paths do at every lag count: the tests above).
 TEST(Correlation, AutomaticSwitchOver) {
-  const CorrRef& r = Medium();
+  const CorrRef& r = Ref(true);
   const int nx = r.nx, ny = r.ny;
   int first = 1, hi = 1;
   while (first <= nx && !CorrUsesFFT(nx, nx, 0, first)) ++first;
@@ -135,7 +124,7 @@ TEST(Correlation, AutomaticSwitchOver) {
 
 // The destination may be a source, and a size-event handler of it may correlate other data.
 TEST(Correlation, DestinationMayBeASourceOrCorrelateOnResize) {
-  const CorrRef& r = Small();
+  const CorrRef& r = Ref(false);
   TVec x = r.x;
   AutoCorrBiased(x, x, 12);
   EXPECT_TRUE(Near(x, Scaled(Lags(r.autoR, r.nx, 0, 12), [&r](int) { return 1.0 / r.nx; })));
