@@ -11,8 +11,6 @@ cross_scipy.f64  [fs, nperseg, noverlap], x, y (y: x through an IIR filter plus 
                  with window='hann', detrend='constant', scaling='spectrum':
                  scipy.signal.csd(x, y) (complex), welch(x), welch(y), coherence(x, y) and
                  |csd| / welch(x) (|H1|), each nperseg/2 + 1 values.
-cross_iir.f64    [fs, nperseg], b, a of butter(4, 0.25) and freqz(b, a, nperseg/2) (complex H
-                 at the lines k·fs/nperseg, k < nperseg/2).
 bisp_kernel.f64  [N, k], X (complex, N bins), the plane B[i, j] = X[i]·X[j]·conj(X[(i+j) % N])
                  for i, j = 0 .. N/2 (complex), R (random positive, N), the default
                  normalised plane |B|² / (R[i]·R[j]·R[(i+j) % N]), P (random positive, plane
@@ -30,7 +28,6 @@ import scipy.signal as ss
 from gen_records import write_records
 
 
-
 def gen_scipy(rng):
     fs, nperseg, noverlap, frames = 1000.0, 256, 128, 31
     n = nperseg + (frames - 1) * (nperseg - noverlap)
@@ -44,13 +41,6 @@ def gen_scipy(rng):
     _, pyy = ss.welch(y, scaling="spectrum", **kw)
     _, coh = ss.coherence(x, y, **kw)
     write_records("cross_scipy.f64", [[fs, nperseg, noverlap], x, y, pxy, pxx, pyy, coh, np.abs(pxy) / pxx])
-
-
-def gen_iir():
-    fs, nperseg = 2000.0, 512
-    b, a = ss.butter(4, 0.25)
-    _, h = ss.freqz(b, a, worN=nperseg // 2)
-    write_records("cross_iir.f64", [[fs, nperseg], b, a, h])
 
 
 def direct_plane(X, rows, cols):
@@ -101,7 +91,6 @@ def gen_plane(rng):
 def main():
     rng = np.random.default_rng(20240713)
     gen_scipy(rng)
-    gen_iir()
     gen_kernel(rng)
     gen_plane(rng)
 

@@ -6,7 +6,7 @@
 #include <cmath>
 
 #include "../common/block_source.h"
-#include "../common/vec_compare.h"
+#include "../common/reference.h"
 #include "../sigcore/reference_records.h"
 #include "analyzer_helpers.h"
 #include "ondrix/framework/TStream.h"

@@ -2,7 +2,7 @@
 // tests/gen_timeanalysis_reference.py), its pass-through, clamping, framing and failure.
 #include <gtest/gtest.h>
 
-#include "../common/vec_compare.h"
+#include "../common/reference.h"
 #include "../sigcore/reference_records.h"
 #include "ondrix/SignalProcessing/SignalProcessing.h"
 

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "../common/vec_compare.h"
+#include "../common/reference.h"
 #include "reference_records.h"
 
 using namespace ondrix;

@@ -1,3 +1,0 @@
-// Kept for tests that include it by this name.
-#pragma once
-#include "reference.h"
