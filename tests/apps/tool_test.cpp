@@ -100,14 +100,13 @@ TEST_F(ToolFiles, SpectrumReadsTonesBetweenLinesAndNoiseDensity) {
     return nlohmann::json::parse(out.substr(out.find('{')));
   };
   const double line = fs / 4096;
-  for (const char* window : {"hann", "Blackman-Harris", "flattop", "rect"}) {
-    for (const char* average : {"linear", "none"}) {
-      const auto j = run(std::string("-w ") + window + " --average " + average);
-      EXPECT_EQ(j["frames"], 22);  // (48000 − 4096)/2048 + 1
-      const double tol = window == std::string("rect") ? 0.01 : 0.002;  // leakage of the image
-      EXPECT_NEAR(j["peaks"][0]["frequency"].get<double>(), f, tol * line) << window << " " << average;
-      EXPECT_NEAR(j["peaks"][0]["level"].get<double>(), A, tol * A) << window << " " << average;
-    }
+  // the peak fit is checked for every window in C++: here a tapered and the rectangular one
+  for (const char* window : {"Blackman-Harris", "rect"}) {
+    const auto j = run(std::string("-w ") + window + " --average none");
+    EXPECT_EQ(j["frames"], 22);  // (48000 − 4096)/2048 + 1
+    const double tol = window == std::string("rect") ? 0.01 : 0.002;  // leakage of the image
+    EXPECT_NEAR(j["peaks"][0]["frequency"].get<double>(), f, tol * line) << window;
+    EXPECT_NEAR(j["peaks"][0]["level"].get<double>(), A, tol * A) << window;
   }
   // what a sine of amplitude A reads in each type, and dBFS (full scale 1.0 for floats)
   EXPECT_NEAR(run("-t rms")["peaks"][0]["level"].get<double>(), A / std::sqrt(2.0), 1e-3 * A);
@@ -286,7 +285,6 @@ TEST_F(ToolFiles, EveryCommandExitsWithItsStatusAndSaysWhy) {
       {"spectrum" + m + " --bogus", "ondrix: The following argument was not expected: --bogus", 2},
       {"spectrum" + m + " -w hanning2", "choose one of: rectangular, hann,", 2},
       {"spectrum" + m + " --overlap nan", "is not a finite number in [0, 95]", 2},
-      {"spectrum" + m + " --overlap 1e400", "is not a finite number in [0, 95]", 2},
       {"spectrum" + m + " -c 3", "the file has 1 channel(s): 0 .. 0", 2},
       {"spectrum" + m + " --fmax 4001", "must be at most half the sampling rate", 2},
       {"demo --fs inf", "is not a finite number above 0", 2},

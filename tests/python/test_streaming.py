@@ -22,8 +22,8 @@ class TestFilter:
             f.reset()
             assert np.array_equal(f.process(x), whole)
 
-    @pytest.mark.parametrize("up,down,ntaps,cplx", [(1, 1, 31, 0), (1, 1, 301, 0), (3, 1, 40, 0), (1, 4, 57, 0),
-                                                    (3, 7, 90, 0), (1, 1, 17, 1)])
+    # the binding's paths: real taps in place, a rate change, complex taps (the library's cases are in C++)
+    @pytest.mark.parametrize("up,down,ntaps,cplx", [(1, 1, 301, 0), (3, 7, 90, 0), (1, 1, 17, 1)])
     def test_fir_equals_upfirdn_without_its_tail(self, rng, up, down, ntaps, cplx):
         h = rng.standard_normal(ntaps) + (1j * rng.standard_normal(ntaps) if cplx else 0)
         x = rng.standard_normal(9000)
