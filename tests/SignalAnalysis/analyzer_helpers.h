@@ -26,13 +26,6 @@ inline TVec ComplexTone(int count, double fs, double f, double A, double phase =
   return v;
 }
 
-/// Gaussian noise of standard deviation sd.
-inline TVec Noise(int count, std::uint32_t seed, double sd = 1.0) {
-  TVec v(count);
-  v.RandGauss(seed, 0.0, sd);
-  return v;
-}
-
 /// a + b, element by element.
 inline TVec Sum(const TVec& a, const TVec& b) {
   TVec s(a);
@@ -104,7 +97,10 @@ struct TTimeRig {
     x.SetData(a);
     x.SetSamplingFrequency(fs);
     an.SetInput(&x);
-    if (b) y.SetData(*b), an.Inputs()->Add()->SetInput(&y);
+    if (b) {
+      y.SetData(*b);
+      an.Inputs()->Add()->SetInput(&y);
+    }
   }
   const TVec& Run(const std::function<void(TSignalAnalyzer&)>& setup = {}) {
     if (setup) setup(an);

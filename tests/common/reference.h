@@ -9,6 +9,7 @@
 #include <bit>
 #include <cmath>
 #include <complex>
+#include <cstdint>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -42,6 +43,13 @@ inline TVec Vec(const std::vector<double>& values, bool complex = false) {
 
 /// The doubles of v (complex values interleaved).
 inline std::vector<double> Values(const TVec& v) { return {v.PValues(), v.PValues() + v.RealLength()}; }
+
+/// n Gaussian samples of standard deviation sd (each part, for complex ones) from seed.
+inline TVec Noise(int n, std::uint32_t seed, double sd = 1.0, bool complex = false) {
+  TVec v(n, complex);
+  v.RandGauss(seed, 0.0, sd);
+  return v;
+}
 
 /// Reads the arrays of a reference file in order; Done() when all were read exactly.
 class TRefReader {

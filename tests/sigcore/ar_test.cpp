@@ -122,7 +122,7 @@ TEST(Ar, RecoversKnownAr4) {
 }
 
 TEST(Ar, OrderLimitsAndDegenerateData) {
-  const TVec x = GaussNoise(10, false, 3);
+  const TVec x = Noise(10, 3);
   TVec a;
   double err;
   // Orders beyond what the data support are cut; an all-zero frame gives the trivial model and

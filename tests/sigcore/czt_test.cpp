@@ -53,7 +53,7 @@ TEST(Czt, MatchesScipyCztAndZoomFft) {
 // polar(1, −2π/n) is off the circle by its rounding, and its transform drifts accordingly.)
 TEST(Czt, FullCircleIsFft) {
   for (int n : {1, 5, 1000, 1024}) {
-    const TVec x = GaussNoise(n, true, n);
+    const TVec x = Noise(n, n, 1.0, true);
     TVec X, F;
     TCztState st;
     CztInitLog(st, n, n, 0.0, -1.0 / n, 0.0, 0.0);
@@ -72,7 +72,7 @@ TEST(Czt, FullCircleIsFft) {
 // Long frames and far-off start frequencies need exact chirp angles: k²/2 grows to 10⁸ here.
 TEST(Czt, LongTransformAgainstDirectSum) {
   const int n = 20000, m = 48;
-  TVec x = GaussNoise(n, false, 99);
+  TVec x = Noise(n, 99);
   for (int i = 0; i < n; ++i) x.Values(i) += std::cos(TWOPI * 0.2345678 * i);
   TCztState st;
   const double fs = 1.0, f0 = 0.2345, df = 1e-5;
@@ -94,7 +94,7 @@ TEST(Czt, SpiralRadiiAndStateReuse) {
   TCztState st;
   CztZoomInit(st, n, m, f0, df, fs, r0, r1);
   for (std::uint32_t seed : {1u, 2u}) {
-    const TVec x = GaussNoise(n, true, seed);
+    const TVec x = Noise(n, seed, 1.0, true);
     TVec X;
     Czt(st, X, x);
     ASSERT_EQ(X.Length(), m);

@@ -61,7 +61,7 @@ TEST_P(Kernels, FirMatchesUpfirdnAndIsChunkInvariant) {
 TEST_P(Kernels, FirOneSampleStepJoinsTheBlockStream) {
   TVec h(101);
   FirImpulse(h, {0.3}, 2.0, wtKaiser, ftLowpass, 8.0);
-  const TVec x = GaussNoise(5000, false, 7);
+  const TVec x = Noise(5000, 7);
   TFirState a, c;
   FirInit(h, a);
   FirInit(h, c);
@@ -85,7 +85,7 @@ TEST_P(Kernels, FirLongFiltersByFftAgree) {
     SCOPED_TRACE(std::to_string(taps) + " taps");
     TVec h(taps);
     FirImpulse(h, {0.1, 0.3}, 2.0, wtBlackman, ftBandpass, 0);
-    const TVec x = GaussNoise(30000, false, 17);
+    const TVec x = Noise(30000, 17);
     TFirState a, b;
     FirInit(h, a);
     FirInit(h, b);
@@ -119,7 +119,7 @@ TEST_P(Kernels, FirLongFiltersByFftAgree) {
   }
   TFirState rate, cplx;
   FirInit(TVec(5), rate, 2);
-  FirInit(GaussNoise(5, true, 3), cplx);
+  FirInit(Noise(5, 3, 1.0, true), cplx);
   double in[4] = {}, out[4];
   EXPECT_THROW(FirFilter(in, 4, out, rate), EVecError);
   EXPECT_THROW(FirFilter(in, 4, out, cplx), EVecError);
@@ -129,7 +129,7 @@ TEST_P(Kernels, FirLongFiltersByFftAgree) {
 TEST(FirState, DataTurningComplex) {
   TVec h(15);
   FirImpulse(h, {0.4}, 2.0, wtHamming, ftLowpass, 0);
-  const TVec z = GaussNoise(300, true, 3);
+  const TVec z = Noise(300, 3, 1.0, true);
   TVec zr(z);  // first 100 samples real
   for (int i = 0; i < 100; ++i) zr.CValues(i) = TCplx(z.CValues(i).real(), 0.0);
   for (int up : {1, 3}) {
@@ -157,7 +157,7 @@ TEST(FirState, DataTurningComplex) {
 // Steady block sizes reuse the state's memory and the output's: the delay line of a
 // rate-changing filter, the overlap-save buffers of a long single-rate one.
 TEST(FirState, NoReallocationInSteadyState) {
-  const TVec x = GaussNoise(1024, false, 5);
+  const TVec x = Noise(1024, 5);
   for (int taps : {64, 200}) {
     TVec h(taps), y;
     FirImpulse(h, {0.3}, 2.0, wtHamming, ftLowpass, 0);
@@ -200,7 +200,7 @@ TEST_P(Kernels, IirMatchesSosfiltAndIsChunkInvariant) {
                               EllipticFilter(13, 0.5, 70, {0.2, 0.35}, ftBandstop)}) {
     TVec sos;
     ZeroPoleToSos(zp, sos);
-    const TVec x = GaussNoise(3000, false, 31);
+    const TVec x = Noise(3000, 31);
     TVec ref(x);
     for (int k = 0; k < sos.Length() / 6; ++k) {
       const double* q = sos.PValues() + 6 * k;
@@ -223,13 +223,13 @@ TEST_P(Kernels, IirMatchesSosfiltAndIsChunkInvariant) {
   ZeroPoleToSos(ButterFilter(8, {0.2}, ftLowpass), sos);
   TIirState st;
   IirInit(sos, st);
-  TVec x = GaussNoise(100, false, 9), y;
+  TVec x = Noise(100, 9), y;
   TIirState st2 = st;
   IirFilter(x, y, st2);
   IirFilter(x, x, st);
   EXPECT_LT(MaxAbsDiff(x, y), 1e-15);
   // Plain arrays: a complex block widens the state as a vector does, then real data is refused.
-  const TVec z = GaussNoise(100, true, 10);
+  const TVec z = Noise(100, 10, 1.0, true);
   TIirState sv = st, sr = st;
   TVec zv, zr(100, true);
   IirFilter(z, zv, sv);
@@ -266,7 +266,7 @@ TEST(MedianState, MatchesReferenceAndIsChunkInvariant) {
     MedianFilter(v, y, st);
     return y;
   };
-  const TVec z = GaussNoise(200, true, 12), yz = median7(z);
+  const TVec z = Noise(200, 12, 1.0, true), yz = median7(z);
   EXPECT_EQ(MaxAbsDiff(yz, TVec().RealToCplx(median7(TVec().RealPart(z)), median7(TVec().ImagPart(z)))), 0.0);
   TMedianState a;
   EXPECT_THROW(MedianInit(5, a, 1), EVecError);  // window would reach into the future
@@ -280,7 +280,7 @@ TEST(MedianState, MatchesReferenceAndIsChunkInvariant) {
 TEST(MedianState, IntegerDelay) {
   for (int d : {0, 1, 5, 40}) {
     for (bool cplx : {false, true}) {
-      const TVec x = GaussNoise(120, cplx, 21);
+      const TVec x = Noise(120, 21, 1.0, cplx);
       TMedianState st, s2;
       DelayInit(d, st);
       DelayInit(d, s2);
@@ -320,7 +320,7 @@ TEST(Envelope, MatchesHilbertMagnitudeAndSmooths) {
     EXPECT_NEAR(sm.Values(i), s / n, 1e-12);
   }
   // Complex data: the magnitude itself.
-  const TVec z = GaussNoise(50, true, 2);
+  const TVec z = Noise(50, 2, 1.0, true);
   EnvelopeDetector(z, env);
   for (int i = 0; i < 50; ++i) EXPECT_NEAR(env.Values(i), std::abs(z.CValues(i)), 1e-15);
 }

@@ -18,6 +18,7 @@
 namespace ondrix::test {
 
 using testing::At;
+using testing::Noise;
 
 /// Interleaved (re, im) record as complex values.
 inline std::vector<TCplx> Cplx(const std::vector<double>& r) {
@@ -43,13 +44,6 @@ inline double RootSetDistance(std::vector<TCplx> ours, const std::vector<TCplx>&
     ours.erase(ours.begin() + static_cast<long>(best));
   }
   return worst;
-}
-
-/// n unit-variance Gaussian samples (each part, for complex ones) from seed.
-inline TVec GaussNoise(int n, bool complex, unsigned seed) {
-  TVec v(n, complex);
-  v.RandGauss(seed, 0.0, 1.0);
-  return v;
 }
 
 /// Complex response of real taps at f (units of fs = 2).

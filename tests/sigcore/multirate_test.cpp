@@ -89,7 +89,7 @@ TEST(MultiRateCascade, MatchesUpfirdnStageByStageInAnyBlocks) {
 // The 2:1 stage equals the general polyphase state on the same stream, odd blocks and real
 // blocks that turn complex mid-stream included, and after a reset equals a new state.
 TEST(MultiRateCascade, StageAgreesWithPolyphaseState) {
-  const TVec h = GaussNoise(23, false, 5), x = GaussNoise(600, true, 6);
+  const TVec h = Noise(23, 5), x = Noise(600, 6, 1.0, true);
   for (TRate2Mode mode : {r2Down, r2Up, r2Same}) {
     SCOPED_TRACE(mode);
     TRate2State s;
@@ -133,7 +133,7 @@ TEST(MultiRateCascade, BlocksAfterTheFirstAllocateNothing) {
   CascadeInit(dec, cmDecimate, 4, hb, last, 2);
   CascadeInit(itp, cmInterpolate, 4, hb, last);
   CascadeInit(dem, cmDecimateFilterLast, 4, hb, last);
-  TVec x = GaussNoise(4096, false, 1), xc = GaussNoise(4096, true, 2), y;
+  TVec x = Noise(4096, 1), xc = Noise(4096, 2, 1.0, true), y;
   CascadeFilter(x, y, dec);
   CascadeFilter(x, y, itp);
   CascadeFilter(xc, y, dem);

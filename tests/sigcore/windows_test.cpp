@@ -134,7 +134,7 @@ TEST(Windows, GeneratorsMultiplyInPlaceAndConventions) {
     return w;
   };
   // A complex frame is scaled element by element by the real window; lengths 0 and 1 are left.
-  const TVec x = GaussNoise(37, true, 7);
+  const TVec x = Noise(37, 7, 1.0, true);
   const TVec w = make([](TVec& v) { Kaiser(v, 6.0); }, Ones(37));
   TVec expected(x);
   for (int i = 0; i < 37; ++i) expected.CValues(i) *= w.Values(i);
