@@ -26,15 +26,11 @@ def gen_welch(rng):
     n = np.arange(nperseg * frames)
     x = (0.8 * np.sin(2 * np.pi * 1000.3 * n / fs + 0.4) + 0.05 * np.sin(2 * np.pi * 2512.0 * n / fs)
          + 0.1 * rng.standard_normal(n.size) + 0.3)
-    records = [[fs, nperseg, frames], x]
-    for w in ("hann", "hamming", "bartlett"):
-        _, p = ss.welch(x, fs, window=w, nperseg=nperseg, noverlap=0, detrend="constant", scaling="spectrum")
-        records.append(p)
+    kw = dict(nperseg=nperseg, noverlap=0, detrend="constant", scaling="spectrum")
+    records = [[fs, nperseg, frames], x] + [ss.welch(x, fs, window=w, **kw)[1] for w in ("hann", "hamming", "bartlett")]
     xc = (0.7 * np.exp(2j * np.pi * (-1500.2) * n / fs) + 0.1 * rng.standard_normal(n.size)
           + 0.1j * rng.standard_normal(n.size))
-    _, pc = ss.welch(xc, fs, window="hann", nperseg=nperseg, noverlap=0, detrend="constant",
-                     scaling="spectrum", return_onesided=False)
-    records += [xc, pc]
+    records += [xc, ss.welch(xc, fs, window="hann", return_onesided=False, **kw)[1]]
     write_records("ana_welch.f64", records)
 
 

@@ -43,22 +43,20 @@ def gen_scipy(rng):
     write_records("cross_scipy.f64", [[fs, nperseg, noverlap], x, y, pxy, pxx, pyy, coh, np.abs(pxy) / pxx])
 
 
-def direct_plane(X, rows, cols):
-    n = len(X)
-    i = np.arange(rows)[:, None]
-    j = np.arange(cols)[None, :]
-    return X[i] * X[j] * np.conj(X[(i + j) % n])
+def triple(a, b, c):
+    """a[i]·b[j]·c[(i + j) % N] for i, j = 0 .. N/2 over the last axis (N values)."""
+    n = a.shape[-1]
+    i = np.arange(n // 2 + 1)[:, None]
+    j = np.arange(n // 2 + 1)[None, :]
+    return a[..., i] * b[..., j] * c[..., (i + j) % n]
 
 
 def gen_kernel(rng):
     n, k = 16, 11
     X = rng.standard_normal(n) + 1j * rng.standard_normal(n)
-    h = n // 2
-    B = direct_plane(X, h + 1, h + 1)
+    B = triple(X, X, np.conj(X))
     R = rng.uniform(0.5, 2.0, n)
-    i = np.arange(h + 1)[:, None]
-    j = np.arange(h + 1)[None, :]
-    default = np.abs(B) ** 2 / (R[i] * R[j] * R[(i + j) % n])
+    default = np.abs(B) ** 2 / triple(R, R, R)
     P = rng.uniform(0.5, 2.0, B.shape)
     write_records("bisp_kernel.f64", [[n, k], X, B, R, default, P, np.abs(B) ** 2 / P])
 
@@ -77,14 +75,11 @@ def gen_plane(rng):
     x = np.concatenate(x)
     fr = x.reshape(frames, L)
     X = np.fft.fft(fr - fr.mean(axis=1, keepdims=True), axis=1) / L
-    h = L // 2
-    i = np.arange(h + 1)[:, None]
-    j = np.arange(h + 1)[None, :]
-    B = X[:, i] * X[:, j] * np.conj(X[:, (i + j) % L])
+    B = triple(X, X, np.conj(X))
     mB = B.mean(axis=0)
     modified = np.abs(mB) ** 2 / (np.abs(B) ** 2).mean(axis=0)
     Q = (np.abs(X) ** 3).mean(axis=0)
-    default = np.abs(mB) ** 2 / (Q[i] * Q[j] * Q[(i + j) % L]) ** (2.0 / 3.0)
+    default = np.abs(mB) ** 2 / triple(Q, Q, Q) ** (2.0 / 3.0)
     write_records("bisp_plane.f64", [[fs, L, frames], x, modified, default, np.cbrt(np.abs(mB))])
 
 

@@ -35,23 +35,11 @@ RS = [30.0, 40.0, 60.0, 80.0]
 NORMS = ["phase", "delay", "mag"]
 
 
-def design(fam, n, wn, btype, rp, rs, analog=False, norm="phase", fs=None):
-    kw = dict(btype=btype, analog=analog, output="zpk")
-    if fs:
-        kw["fs"] = fs
-    if fam == "butter":
-        return signal.butter(n, wn, **kw)
-    if fam == "cheby1":
-        return signal.cheby1(n, rp, wn, **kw)
-    if fam == "cheby2":
-        return signal.cheby2(n, rs, wn, **kw)
-    if fam == "ellip":
-        return signal.ellip(n, rp, rs, wn, **kw)
-    return signal.bessel(n, wn, norm=norm, **kw)
-
-
 def iir_case(recs, fam, bt, n, wn, rp, rs, analog=False, norm=0, fs=0.0):
-    z, p, k = design(FAMILIES[fam], n, wn, BTYPES[bt], rp, rs, analog, NORMS[norm], fs)
+    ripples = [(), (rp,), (rs,), (rp, rs), ()][fam]
+    extra = dict(norm=NORMS[norm]) if FAMILIES[fam] == "bessel" else {}
+    z, p, k = getattr(signal, FAMILIES[fam])(n, *ripples, wn, btype=BTYPES[bt], analog=analog, output="zpk",
+                                             fs=fs or None, **extra)
     w = list(np.atleast_1d(wn)) + [0.0]
     recs += [[fam, bt, n, w[0], w[1], rp, rs, float(analog), norm, fs], cplx(z), cplx(p), [k]]
 
@@ -107,11 +95,8 @@ def iir_orders():
 def misc():
     recs = []
     for f0, radius in [(0.25, 0.99), (0.1, 0.9999), (0.8, 0.95)]:
-        alpha = radius * radius
-        gain = (1 + alpha) / 2
-        bw = 2 * np.arctan(1 / gain - 1)  # rad/sample
-        q = f0 * np.pi / bw
-        b, a = signal.iirnotch(f0, q)
+        bw = 2 * np.arctan(2 / (1 + radius * radius) - 1)  # -3 dB width, rad/sample
+        b, a = signal.iirnotch(f0, f0 * np.pi / bw)
         recs += [[f0, radius], b, a]
     write("notch", recs)
     recs = []
@@ -202,9 +187,7 @@ def streams():
         x = xc if cx else xr
         h = hc if ch else hr
         if uph == 0 and dph == 0:
-            y = signal.upfirdn(h, x, up, down)
-            m = (up * n - 1) // down + 1
-            y = y[:m]
+            y = signal.upfirdn(h, x, up, down)[:(up * n - 1) // down + 1]
         else:
             u = np.zeros(up * n, dtype=complex if cx else float)
             u[uph::up] = x

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Writes the reference data of the spectral kernels' tests in tests/sigcore/
-(ar_test.cpp, czt_test.cpp, phase_test.cpp, cepstrum_test.cpp).
+(ar_test.cpp, czt_test.cpp, phase_test.cpp).
 
 Run: /usr/bin/python3 tests/gen_spectral_reference.py
 
@@ -36,12 +36,14 @@ from gen_records import write_records
 
 
 
+def noise(rng, n, complex_=False):
+    x = rng.standard_normal(n)
+    return x + 1j * rng.standard_normal(n) if complex_ else x
+
+
 def ar_signal(rng, n, complex_=False):
     a = np.poly([0.8 * np.exp(0.6j), 0.8 * np.exp(-0.6j), 0.7 * np.exp(2.1j), 0.7 * np.exp(-2.1j)]).real
-    e = rng.standard_normal(n)
-    if complex_:
-        e = e + 1j * rng.standard_normal(n)
-    return ss.lfilter([1.0], a, e)
+    return ss.lfilter([1.0], a, noise(rng, n, complex_))
 
 
 def autocorr_biased(x, lags):
@@ -60,14 +62,12 @@ def yule_walker(r, p):
 
 
 def gen_levinson(rng):
-    p = 12
-    x = ar_signal(rng, 500)
-    r = autocorr_biased(x, p + 1)
-    a, err = yule_walker(r, p)
-    xc = ar_signal(rng, 500, True)
-    rc = autocorr_biased(xc, p + 1)
-    ac, errc = yule_walker(rc, p)
-    write_records("spec_levinson.f64", [r, a, [err], rc, ac, [errc]])
+    p, records = 12, []
+    for complex_ in (False, True):
+        r = autocorr_biased(ar_signal(rng, 500, complex_), p + 1)
+        a, err = yule_walker(r, p)
+        records += [r, a, [err]]
+    write_records("spec_levinson.f64", records)
 
 
 def covariance(x, p, backward):
@@ -125,11 +125,8 @@ def gen_czt(rng):
     ]
     records = [[len(cases)]]
     for n, m, w, a, complex_ in cases:
-        x = rng.standard_normal(n)
-        if complex_:
-            x = x + 1j * rng.standard_normal(n)
-        X = ss.czt(x, m, w, a)
-        records += [[n, m, np.real(w), np.imag(w), np.real(a), np.imag(a), complex_], x, X]
+        x = noise(rng, n, complex_)
+        records += [[n, m, np.real(w), np.imag(w), np.real(a), np.imag(a), complex_], x, ss.czt(x, m, w, a)]
     write_records("spec_czt.f64", records)
 
     zooms = [
@@ -139,11 +136,8 @@ def gen_czt(rng):
     ]
     records = [[len(zooms)]]
     for n, m, f1, f2, fs, complex_ in zooms:
-        x = rng.standard_normal(n)
-        if complex_:
-            x = x + 1j * rng.standard_normal(n)
-        X = ss.zoom_fft(x, [f1, f2], m, fs=fs, endpoint=False)
-        records += [[n, m, f1, f2, fs, complex_], x, X]
+        x = noise(rng, n, complex_)
+        records += [[n, m, f1, f2, fs, complex_], x, ss.zoom_fft(x, [f1, f2], m, fs=fs, endpoint=False)]
     write_records("spec_zoom.f64", records)
 
 
@@ -183,7 +177,7 @@ def gen_cepstrum(rng):
     xd = np.zeros(n)
     xd[5:5 + len(core)] = core
     cd, nd = cceps(xd)
-    xc = rng.standard_normal(n) + 1j * rng.standard_normal(n)
+    xc = noise(rng, n, True)
     write_records("spec_cepstrum.f64", [x, rceps(x).real, rceps(win * x).real, xd, cd, [nd], xc,
                                         rceps(xc)])
 

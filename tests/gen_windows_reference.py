@@ -93,11 +93,7 @@ CASES = {
 def main():
     warnings.simplefilter("ignore")  # chebwin warns below 45 dB
     for name, fn in CASES.items():
-        records = []
-        for n in LENGTHS:
-            records.append(fn(n, False))
-            records.append(fn(n, True))
-        write_records(f"win_{name}.f64", records)
+        write_records(f"win_{name}.f64", [fn(n, sym) for n in LENGTHS for sym in (False, True)])
 
 
 if __name__ == "__main__":

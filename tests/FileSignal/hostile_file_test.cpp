@@ -2,12 +2,9 @@
 // closed and its last frame in Data, and never allocates by an unchecked header field.
 #include <gmock/gmock.h>
 
-#include <bit>
 #include <chrono>
-#include <cstring>
 
 #include "tests/FileSignal/file_fixture.h"
-#include "tests/common/reference.h"
 
 namespace ondrix::testing {
 namespace {

@@ -5,7 +5,6 @@
 #include <numeric>
 
 #include "tests/FileSignal/file_fixture.h"
-#include "tests/common/reference.h"
 
 namespace ondrix::testing {
 namespace {
@@ -132,24 +131,6 @@ TEST_F(SignalRead, MissingFilesAreSkippedByPositionsAndRaisedByOpening) {
   EXPECT_FALSE(reader.FileIsOpen());
   EXPECT_THAT([&] { reader.OpenFile(); }, ThrowsMessage<Exception>("File not found: " + Path("none.dat")));
   EXPECT_THAT([&] { reader.Pull(); }, ThrowsMessage<Exception>(HasSubstr("File not found: ")));
-}
-
-// Reading in frames of any length and joining them gives the record, for every layout.
-TEST_F(SignalRead, FramesJoinToTheWholeRecord) {
-  std::vector<double> values(2 * 777);
-  for (std::size_t i = 0; i < values.size(); ++i) values[i] = static_cast<double>((i * 7919) % 2000) - 1000;
-  for (const char* name : {"s.dat", "s.wav"}) {
-    SCOPED_TRACE(name);
-    WriteBlocks(Path(name), {Vec(values)}, 2, prSmallInt);
-    TSignalRead r(nullptr);
-    r.SetFileName(Path(name));
-    const TVec whole = ReadAll(r, 2 * 777);
-    for (int frame : {2, 74, 1000}) {
-      r.CloseFile();
-      EXPECT_TRUE(Near(ReadAll(r, frame), whole, 0)) << frame;
-    }
-    EXPECT_TRUE(Near(whole, Vec(values), 0));
-  }
 }
 
 }  // namespace

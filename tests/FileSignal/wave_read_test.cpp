@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "tests/FileSignal/file_fixture.h"
-#include "tests/common/reference.h"
 
 namespace ondrix::testing {
 namespace {

@@ -12,13 +12,15 @@
 using namespace ondrix;
 using ondrix::testing::Raises;
 
+/// Sampling frequency, sampling time, Dt, HzRes and bandwidth of a signal or spectrum.
+template <class T>
+std::vector<double> ScaleOf(const T& s) {
+  return {s.SamplingFrequency(), s.SamplingTime(), s.Dt(), s.HzRes(), s.BandWidth()};
+}
+
 TEST(SignalScale, NewSignalAndLengthChanges) {
   TSignal s(nullptr);  // Length 128: signalprocessing_tests' PropertyTable
-  EXPECT_EQ(s.SamplingFrequency(), 1.0);
-  EXPECT_EQ(s.SamplingTime(), 128.0);
-  EXPECT_EQ(s.Dt(), 1.0);
-  EXPECT_EQ(s.HzRes(), 1.0 / 128);
-  EXPECT_EQ(s.BandWidth(), 0.5);
+  EXPECT_EQ(ScaleOf(s), (std::vector<double>{1.0, 128.0, 1.0, 1.0 / 128, 0.5}));
 
   s.SetSamplingFrequency(1000.0);
   s.SetLength(0);  // empty: SamplingTime 0, the rest kept
@@ -112,20 +114,13 @@ TEST(SignalText, ValuesAndMarksAlignToTheColumnWidth) {
 
 TEST(SpectrumScale, NewSpectrumZeroPaddingAndSetters) {
   TSpectrum s(nullptr);  // Length 64
-  EXPECT_EQ(s.SamplingFrequency(), 1.0);
   EXPECT_EQ(s.LineFactor(), 2.0);
-  EXPECT_EQ(s.BandWidth(), 0.5);
-  EXPECT_EQ(s.Dt(), 1.0);
-  EXPECT_EQ(s.SamplingTime(), 128.0);
-  EXPECT_EQ(s.HzRes(), 0.5 / 64);
+  EXPECT_EQ(ScaleOf(s), (std::vector<double>{1.0, 128.0, 1.0, 0.5 / 64, 0.5}));
 
   s.SetZeroPadding(0);
   EXPECT_EQ(s.ZeroPadding(), 1);
-  s.SetZeroPadding(2);
-  EXPECT_EQ(s.SamplingTime(), 64.0);
-  EXPECT_EQ(s.SamplingFrequency(), 1.0);
-  EXPECT_EQ(s.BandWidth(), 0.5);
-  EXPECT_EQ(s.HzRes(), 0.5 / 64);
+  s.SetZeroPadding(2);  // a shorter time, the same lines
+  EXPECT_EQ(ScaleOf(s), (std::vector<double>{1.0, 64.0, 1.0, 0.5 / 64, 0.5}));
   s.SetHzRes(3.0);
   EXPECT_EQ(s.HzRes(), 0.5 / 64);
   s.SetMainlobeWidth(1);

@@ -2,8 +2,6 @@
 // kept. Skipped under the address sanitizer (see allocation_counter.h).
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "analyzer_helpers.h"
 
 #include "../common/allocation_counter.h"

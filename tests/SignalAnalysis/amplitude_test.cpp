@@ -1,8 +1,6 @@
 // Amplitude calibration, axis, phase post-processing and the edge cases of one update.
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "analyzer_helpers.h"
 
 using namespace ondrix;

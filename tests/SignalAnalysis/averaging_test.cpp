@@ -4,9 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cmath>
-#include <functional>
-#include <vector>
 
 #include "analyzer_helpers.h"
 

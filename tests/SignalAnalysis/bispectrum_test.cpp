@@ -3,9 +3,6 @@
 // the selection of rows.
 #include <gtest/gtest.h>
 
-#include <cmath>
-
-#include "../common/reference.h"
 #include "../sigcore/reference_records.h"
 #include "analyzer_helpers.h"
 

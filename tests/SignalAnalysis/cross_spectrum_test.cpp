@@ -3,11 +3,8 @@
 // and the two accumulation modes.
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <functional>
 #include <string>
 
-#include "../common/reference.h"
 #include "../sigcore/reference_records.h"
 #include "analyzer_helpers.h"
 #include "ondrix/framework/TStream.h"

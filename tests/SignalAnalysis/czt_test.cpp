@@ -1,8 +1,6 @@
 // The chirp-z zoom: settings rules, the frequency axis and the amplitude scale.
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "analyzer_helpers.h"
 
 using namespace ondrix;

@@ -2,8 +2,6 @@
 // and the vector entries.
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "analyzer_helpers.h"
 
 using namespace ondrix;

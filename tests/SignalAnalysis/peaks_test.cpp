@@ -2,9 +2,6 @@
 // main-lobe width rule.
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <vector>
-
 #include "analyzer_helpers.h"
 #include "ondrix/sigcore/peak_fit.h"
 
@@ -143,24 +140,23 @@ TEST(PeakSearch, LargestPeaksInAmplitudeOrderAndWithinTheBand) {
   ASSERT_EQ(rig->Peaks()->Count(), 2);
   EXPECT_EQ(rig->Peaks()->GetMarks(0).Freq, 900.0);
   EXPECT_EQ(rig->Peaks()->GetMarks(1).Freq, 300.0);
+  const auto only1500 = [&] {
+    rig.Feed(x);
+    ASSERT_EQ(rig->Peaks()->Count(), 1);
+    EXPECT_EQ(rig->Peaks()->GetMarks(0).Freq, 1500.0);
+  };
   rig->Peaks()->SetLargestCount(1);
   rig->Peaks()->SetUseFullBandwidth(false);
   rig->Peaks()->SetBandwidthL(1000);
   rig->Peaks()->SetBandwidthH(1e9);  // clamped to the top of the spectrum
   EXPECT_DOUBLE_EQ(rig->Peaks()->BandwidthH(), 2048.0);
-  rig.Feed(x);
-  ASSERT_EQ(rig->Peaks()->Count(), 1);
-  EXPECT_EQ(rig->Peaks()->GetMarks(0).Freq, 1500.0);
+  only1500();
   rig->Peaks()->SetBandwidthH(1500);  // a limit on a line keeps that line
-  rig.Feed(x);
-  ASSERT_EQ(rig->Peaks()->Count(), 1);
-  EXPECT_EQ(rig->Peaks()->GetMarks(0).Freq, 1500.0);
+  only1500();
   rig->Peaks()->SetActive(false);  // an inactive search only re-applies the band limits
   rig.source->SetSamplingFrequency(2048.0);
-  rig.Feed(x);
+  only1500();
   EXPECT_DOUBLE_EQ(rig->Peaks()->BandwidthH(), 1024.0);
-  ASSERT_EQ(rig->Peaks()->Count(), 1);
-  EXPECT_EQ(rig->Peaks()->GetMarks(0).Freq, 1500.0);
   rig->Peaks()->SetActive(true);
   rig->Peaks()->SetLargestCount(0);
   rig.Feed(x);

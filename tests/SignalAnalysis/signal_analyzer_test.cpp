@@ -3,10 +3,7 @@
 // on a sampled cosine, and the report's statistics of a sine.
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "../common/block_source.h"
-#include "../common/reference.h"
 #include "../sigcore/reference_records.h"
 #include "analyzer_helpers.h"
 #include "ondrix/framework/TStream.h"

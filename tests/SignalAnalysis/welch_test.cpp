@@ -4,8 +4,6 @@
 // power type is |X|²/(Σw)² per line; welch doubles the one-sided lines between 0 Hz and fs/2.
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "../sigcore/reference_records.h"
 #include "analyzer_helpers.h"
 

@@ -2,14 +2,10 @@
 // joined checked against the input stream itself.
 #include <gtest/gtest.h>
 
-#include <numeric>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "../common/block_source.h"
-#include "../common/reference.h"
-#include "ondrix/SignalProcessing/SignalProcessing.h"
+#include "processing_helpers.h"
 #include "ondrix/vec/exceptions.h"
 
 using namespace ondrix;
@@ -241,13 +237,10 @@ TEST(SignalMux, DemuxListAndMuxBackGiveTheStream) {
     ASSERT_EQ(demux.Items(1)->Values(k), 4 * k + 3);
     ASSERT_EQ(demux.Items(3)->Values(k), 4 * k + 3);
   }
-}
-
-TEST(SignalMux, InputListClearedWhenTheListDies) {
-  TSignalMux mux(nullptr);
+  TSignalMux orphan(nullptr);  // the input list is cleared when the list dies
   {
     TSignalDemuxList list(nullptr);
-    mux.SetInputList(&list);
+    orphan.SetInputList(&list);
   }
-  EXPECT_EQ(mux.InputList(), nullptr);
+  EXPECT_EQ(orphan.InputList(), nullptr);
 }

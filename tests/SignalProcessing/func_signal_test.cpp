@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "generator_helpers.h"
+#include "processing_helpers.h"
 #include "ondrix/framework/errors.h"
 
 using namespace ondrix;

@@ -1,7 +1,7 @@
 // Per-block work of the processing components allocates nothing once blocks have their size.
 #include <gtest/gtest.h>
 
-#include "generator_helpers.h"
+#include "processing_helpers.h"
 
 #include "../common/allocation_counter.h"
 
@@ -20,19 +20,11 @@ TEST(SteadyStateAllocation, BlocksAfterTheFirstAllocateNothing) {
 
   auto g = Gen(48000.0, 4096, FunctionLine(funSine, {1000.0, 0.0, 1.0}), FunctionLine(funRandGauss, {0.0, 0.1}),
                OperatorLine(opAdd));
-  TSignalDecimator dec(nullptr);
-  dec.SetFactor(16);
-  dec.SetEnvelopeFactor(4);
-  TSignalInterpolator itp(nullptr);
-  itp.SetFactor(8);
-  TSignalDemodulator dem(nullptr);
-  dem.SetSubBandFrequency(0.01);
-  dem.SetSubBandWidth(0.02);
-  TSignalEnvelopeDetector env(nullptr);
-  env.SetFactor(8);
+  auto dec = Decimator(16, 4), itp = Interpolator(8), dem = Demodulator(0.01, 0.02),
+       env = Decimator<TSignalEnvelopeDetector>(8);
   TSpectrumFilter filter(nullptr);
   filter.SetSmoothing(9);
-  std::vector<TSignal*> all{&dec, &itp, &dem, &env, &filter};
+  std::vector<TSignal*> all{dec.get(), itp.get(), dem.get(), env.get(), &filter};
   for (TSignal* c : all) c->SetInput(g.get()), c->Pull();  // the first block designs and allocates
   EXPECT_EQ(AllocationsOf([&] {
               for (int b = 0; b < 10; ++b)

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "generator_helpers.h"
+#include "processing_helpers.h"
 
 using namespace ondrix;
 using namespace ondrix::testing;

@@ -2,21 +2,15 @@
 // tones, delays, block splits, the demodulator's band, envelopes and external taps.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <functional>
-#include <memory>
-#include <string>
 
 #include "../sigcore/filter_test_util.h"
-#include "ondrix/SignalProcessing/SignalProcessing.h"
+#include "processing_helpers.h"
 #include "ondrix/framework/Registry.h"
 #include "ondrix/vec/calcbase.h"
-#include "tests/common/reference.h"
 
 using namespace ondrix;
-using ondrix::testing::MaxDiff;
-using ondrix::testing::Raises;
-using ondrix::testing::Values;
+using namespace ondrix::testing;
 
 namespace {
 
@@ -35,29 +29,6 @@ TVec BinAmplitudes(const TVec& y, int from, int len) {
   mag.Mag(spec);
   mag.Scale(2.0 / len);
   return mag;
-}
-
-template <class T = TSignalDecimator>
-std::unique_ptr<TSignalMultiRate> Decimator(int factor, int envelope = 0, bool filterLast = false) {
-  auto d = std::make_unique<T>(nullptr);
-  d->SetFactor(factor);
-  d->SetEnvelopeFactor(envelope);
-  d->SetLastStageFilterOnly(filterLast);
-  return d;
-}
-
-std::unique_ptr<TSignalMultiRate> Interpolator(int factor, double transBW = 0.1) {
-  auto d = std::make_unique<TSignalInterpolator>(nullptr);
-  d->SetFactor(factor);
-  d->SetTransBW(transBW);
-  return d;
-}
-
-std::unique_ptr<TSignalMultiRate> Demodulator(double freq, double width) {
-  auto d = std::make_unique<TSignalDemodulator>(nullptr);
-  d->SetSubBandFrequency(freq);
-  d->SetSubBandWidth(width);
-  return d;
 }
 
 /// Largest |y[j] − want(j)| from output `from` on (the start-up response skipped).

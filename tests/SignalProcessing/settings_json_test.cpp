@@ -1,11 +1,10 @@
 // Generator lines and filter bands in settings files: JSON arrays people can write by hand.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 #include <nlohmann/json.hpp>
 
-#include "generator_helpers.h"
+#include "processing_helpers.h"
 #include "ondrix/framework/Registry.h"
 #include "ondrix/framework/Settings.h"
 #include "tests/common/property_table.h"

@@ -2,9 +2,8 @@
 // tests/gen_timeanalysis_reference.py), its pass-through, clamping, framing and failure.
 #include <gtest/gtest.h>
 
-#include "../common/reference.h"
 #include "../sigcore/reference_records.h"
-#include "ondrix/SignalProcessing/SignalProcessing.h"
+#include "processing_helpers.h"
 
 using namespace ondrix;
 using namespace ondrix::testing;

@@ -40,15 +40,12 @@ class Plots(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.dir = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(cls.dir.cleanup)
         cls.tone = cls.path("tone.wav")
         # 1000 Hz on a line of a 4096 frame at 48 kHz: 1000 = 85.33 lines, so take 82 lines
         cls.f0 = 82 * 48000 / 4096
         run("generate", "-q", cls.tone, "--fs", "48000", "-d", "1", f"0.5*sine({cls.f0}) + noise(0.001)",
             "--seed", "3")
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.dir.cleanup()
 
     @classmethod
     def path(cls, name):

@@ -165,7 +165,6 @@ TEST_F(Settings, MalformedFilesRaiseAndLeaveNothingBehind) {
           {"class": "TTestNode", "name": "X"}, {"class": "TTestNode", "name": "X", "properties": {"Count": 2}}]})",
        "R/X: duplicate component name"},
       {"not an object", R"([1, 2])", "the root"},
-      {"unknown class", R"({"class": "TNoSuch", "name": "R"})", "Class TNoSuch not found"},
       {"unknown child class",
        R"({"class": "TTestNode", "name": "R", "components": [{"class": "TNoSuch", "name": "K"}]})",
        "R/K: Class TNoSuch not found"},

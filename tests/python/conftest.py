@@ -1,4 +1,4 @@
-"""Fixtures of the Python module's tests: the built tool, a runner for it, and reproducible
+"""Fixtures of the Python module's tests: a runner for the built tool, and reproducible
 random streams. Run with /usr/bin/python3 -m pytest and PYTHONPATH=<build>/python
 (ctest sets both, and ONDRIX_TOOL)."""
 
@@ -11,16 +11,11 @@ import pytest
 
 
 @pytest.fixture(scope="session")
-def tool():
-    path = os.environ.get("ONDRIX_TOOL")
-    if not path or not os.access(path, os.X_OK):
-        pytest.skip("ONDRIX_TOOL does not name the built tool")
-    return path
-
-
-@pytest.fixture(scope="session")
-def run_tool(tool):
+def run_tool():
     """Runs `ondrix ARGS...`; returns (exit status, stdout, stderr)."""
+    tool = os.environ.get("ONDRIX_TOOL")
+    if not tool or not os.access(tool, os.X_OK):
+        pytest.skip("ONDRIX_TOOL does not name the built tool")
 
     def run(*args):
         p = subprocess.run([tool, *map(str, args)], capture_output=True, text=True, timeout=120)

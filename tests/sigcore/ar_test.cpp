@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 
 #include "ondrix/sigcore/ar.h"
 #include "ondrix/vec/calcbase.h"
@@ -12,19 +11,11 @@ using namespace ondrix::test;
 
 namespace {
 
-using Estimator = std::function<void(TVec&, double&, const TVec&, int, TArState&)>;
-
-struct NamedEstimator {
+const struct {
   const char* name;
-  Estimator fn;
-};
-
-const NamedEstimator kEstimators[] = {
-    {"YuleWalker", [](TVec& a, double& e, const TVec& x, int p, TArState& s) { ArYuleWalker(a, e, x, p, s); }},
-    {"Burg", [](TVec& a, double& e, const TVec& x, int p, TArState& s) { ArBurg(a, e, x, p, s); }},
-    {"Covariance", [](TVec& a, double& e, const TVec& x, int p, TArState& s) { ArCovariance(a, e, x, p, s); }},
-    {"MCovariance", [](TVec& a, double& e, const TVec& x, int p, TArState& s) { ArMCovariance(a, e, x, p, s); }},
-};
+  void (*fn)(TVec&, double&, const TVec&, int, TArState&);
+} kEstimators[] = {
+    {"YuleWalker", ArYuleWalker}, {"Burg", ArBurg}, {"Covariance", ArCovariance}, {"MCovariance", ArMCovariance}};
 
 // A stable AR(4) and a realisation of n samples of it, x[n] = e[n] − Σ a[k]·x[n−k], driven
 // by unit-variance Gaussian noise (each part, for complex noise) after a run-in of 500
@@ -56,44 +47,37 @@ void Ar4Process(TVec& a, TVec& x, int n, bool complex, std::uint32_t seed) {
 
 }  // namespace
 
-TEST(Ar, LevinsonMatchesToeplitzSolve) {
-  const auto recs = ReadRecords("spec_levinson.f64");
-  ASSERT_EQ(recs.size(), 6u);
+TEST(Ar, LevinsonLeastSquaresAndBurgMatchReference) {
+  const auto lev = ReadRecords("spec_levinson.f64"), ls = ReadRecords("spec_arls.f64");
+  ASSERT_EQ(lev.size(), 6u);
+  ASSERT_EQ(ls.size(), 14u);
   for (bool complex : {false, true}) {
+    SCOPED_TRACE(complex ? "complex" : "real");
     const int o = complex ? 3 : 0;
-    const TVec r = ToVec(recs[o], complex), ref = ToVec(recs[o + 1], complex);
+    const TVec r = ToVec(lev[o], complex);
     TVec a, refl;
     double err = 0;
     Levinson(a, err, r, r.Length() - 1, &refl);
-    EXPECT_LE(MaxAbsDiff(a, ref), 1e-12) << "complex=" << complex;
-    EXPECT_NEAR(err, recs[o + 2][0], 1e-12 * recs[o + 2][0]);
+    EXPECT_LE(MaxAbsDiff(a, ToVec(lev[o + 1], complex)), 1e-12);
+    EXPECT_NEAR(err, lev[o + 2][0], 1e-12 * lev[o + 2][0]);
     // The last reflection coefficient is the last AR coefficient.
     const int p = r.Length() - 1;
     ASSERT_EQ(refl.Length(), p);
     EXPECT_EQ(At(refl, p - 1), At(a, p));
+    const int q = complex ? 7 : 0;
+    const TVec x = ToVec(ls[q], complex);
+    TArState st;
+    for (int e = 0; e < 3; ++e) {  // the file's order: covariance, modified covariance, Burg
+      const auto& est = kEstimators[e == 2 ? 1 : e + 2];
+      est.fn(a, err, x, 6, st);
+      EXPECT_LE(MaxAbsDiff(a, ToVec(ls[q + 1 + 2 * e], complex)), 1e-10) << est.name;
+      EXPECT_NEAR(err, ls[q + 2 + 2 * e][0], 1e-10 * ls[q + 2 + 2 * e][0]) << est.name;
+    }
   }
   TVec a;
   double err;
   EXPECT_THROW(Levinson(a, err, TVec(3), 3), EVecError);
   EXPECT_THROW(Levinson(a, err, TVec(3), -1), EVecError);
-}
-
-TEST(Ar, LeastSquaresAndBurgMatchReference) {
-  const auto recs = ReadRecords("spec_arls.f64");
-  ASSERT_EQ(recs.size(), 14u);
-  for (bool complex : {false, true}) {
-    const int o = complex ? 7 : 0;
-    const TVec x = ToVec(recs[o], complex);
-    TArState st;
-    for (int e = 0; e < 3; ++e) {  // the file's order: covariance, modified covariance, Burg
-      const NamedEstimator& est = kEstimators[e == 2 ? 1 : e + 2];
-      TVec a;
-      double err = 0;
-      est.fn(a, err, x, 6, st);
-      EXPECT_LE(MaxAbsDiff(a, ToVec(recs[o + 1 + 2 * e], complex)), 1e-10) << est.name << " complex=" << complex;
-      EXPECT_NEAR(err, recs[o + 2 + 2 * e][0], 1e-10 * recs[o + 2 + 2 * e][0]) << est.name;
-    }
-  }
 }
 
 // Each estimator recovers a known AR(4) driven by white noise. The asymptotic standard

@@ -1,13 +1,16 @@
 // Streaming filter states against SciPy (tests/gen_filter_reference.py); every state fed in random
-// blocks (1-sample blocks included) equals the stream filtered at once.
+// blocks (1-sample blocks included) equals the stream filtered at once. Also the block median,
+// integration and differentiation.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <string>
 
 #include "filter_test_util.h"
+#include "ondrix/sigcore/block_median.h"
 #include "ondrix/sigcore/filter_state.h"
 #include "ondrix/sigcore/fir_kernels.h"
+#include "ondrix/sigcore/integrate.h"
 #include "ondrix/sigcore/fir_design.h"
 #include "ondrix/sigcore/iir_design.h"
 
@@ -194,8 +197,8 @@ TEST_P(Kernels, IirMatchesSosfiltAndIsChunkInvariant) {
       }
     }
   }
-  // Seven and thirteen sections (the kernel runs four at a time): a plain transposed direct
-  // form II, as sosfilt computes it, is the reference.
+  // Seven and thirteen sections (the kernel runs four at a time), filtered in place: a plain
+  // transposed direct form II, as sosfilt computes it, is the reference.
   for (const TZeroPole& zp : {EllipticFilter(13, 0.5, 70, {0.3}, ftLowpass),
                               EllipticFilter(13, 0.5, 70, {0.2, 0.35}, ftBandstop)}) {
     TVec sos;
@@ -215,29 +218,27 @@ TEST_P(Kernels, IirMatchesSosfiltAndIsChunkInvariant) {
     }
     TIirState st;
     IirInit(sos, st);
-    const TVec y = InBlocks(x, RandomBlocks(3000, 41, 200), [&](const TVec& a, TVec& b) { IirFilter(a, b, st); });
+    const TVec y = InBlocks(x, RandomBlocks(3000, 41, 200), [&](const TVec& a, TVec& b) {
+      b = a;
+      IirFilter(b, b, st);
+    });
     EXPECT_LT(RelMaxError(y, ref), 1e-10) << sos.Length() / 6 << " sections";
   }
-  // A designed filter: in-place filtering, and a malformed section list.
-  TVec sos;
-  ZeroPoleToSos(ButterFilter(8, {0.2}, ftLowpass), sos);
-  TIirState st;
-  IirInit(sos, st);
+  // Plain arrays: a complex block widens a used real state as a vector does, then real data is
+  // refused; and a malformed section list.
+  TIirState sv, sr;
+  IirInit(ToVec(r[0]), sv);
   TVec x = Noise(100, 9), y;
-  TIirState st2 = st;
-  IirFilter(x, y, st2);
-  IirFilter(x, x, st);
-  EXPECT_LT(MaxAbsDiff(x, y), 1e-15);
-  // Plain arrays: a complex block widens the state as a vector does, then real data is refused.
+  IirFilter(x, y, sv);
+  sr = sv;
   const TVec z = Noise(100, 10, 1.0, true);
-  TIirState sv = st, sr = st;
   TVec zv, zr(100, true);
   IirFilter(z, zv, sv);
   IirFilter(z.PValues(), 100, zr.PValues(), true, sr);
   EXPECT_EQ(MaxAbsDiff(zv, zr), 0.0);
   EXPECT_THROW(IirFilter(x.PValues(), 100, y.PValues(), false, sr), EVecError);
-  EXPECT_THROW(IirInit(TVec(7), st), EVecError);  // not whole sections
-  EXPECT_THROW(IirInit(TVec(6), st), EVecError);  // a0 = 0
+  EXPECT_THROW(IirInit(TVec(7), sr), EVecError);  // not whole sections
+  EXPECT_THROW(IirInit(TVec(6), sr), EVecError);  // a0 = 0
 }
 
 TEST(MedianState, MatchesReferenceAndIsChunkInvariant) {
@@ -310,14 +311,10 @@ TEST(Envelope, MatchesHilbertMagnitudeAndSmooths) {
   TVec sm;
   EnvelopeDetector(x, sm, 5);
   for (int i = 0; i < x.Length(); ++i) {
+    const int lo = std::max(i - 2, 0), hi = std::min(i + 2, x.Length() - 1);
     double s = 0;
-    int n = 0;
-    for (int k = i - 2; k <= i + 2; ++k)
-      if (k >= 0 && k < x.Length()) {
-        s += ref.Values(k);
-        ++n;
-      }
-    EXPECT_NEAR(sm.Values(i), s / n, 1e-12);
+    for (int k = lo; k <= hi; ++k) s += ref.Values(k);
+    EXPECT_NEAR(sm.Values(i), s / (hi - lo + 1), 1e-12);
   }
   // Complex data: the magnitude itself.
   const TVec z = Noise(50, 2, 1.0, true);
@@ -332,4 +329,78 @@ TEST(WaveletState, PreparesAndClamps) {
   EXPECT_EQ(st.MaxLevel, 9);  // 2^9 = 512 <= 1000 < 1024
   EXPECT_EQ(st.Level, 9);
   EXPECT_THROW(WaveletInit(100, 1, 1, 1, 99, st), EVecError);
+}
+
+// The centred block median against numpy.median over numpy.pad windows
+// (tests/data/ta_median.f64, from tests/gen_timeanalysis_reference.py), and its NaN order.
+// The padded copy needs at least n + L - 1 values; a larger buffer changes nothing.
+TEST(BlockMedian, MatchesNumpyWithReflectedAndWrappedEnds) {
+  const auto r = test::ReadRecords("ta_median.f64");
+  ASSERT_EQ(r.size(), 2 + 2 * r[0].size());
+  TVec y;
+  for (size_t c = 0; c < 2 * r[0].size(); ++c) {
+    BlockMedian(y, test::ToVec(r[1]), static_cast<int>(r[0][c / 2]), c % 2 ? meWrap : meReflect);
+    EXPECT_EQ(test::MaxAbsDiff(y, test::ToVec(r[2 + c])), 0.0) << "L " << r[0][c / 2] << " edge " << c % 2;
+  }
+}
+
+TEST(BlockMedian, NaNSortsAboveNumbersAndBadArgumentsRaise) {
+  TVec x = test::ToVec({5, NAN, 1, 2, 8});
+  const double med[] = {NAN, 5, 2, 2, 2};  // windows NaN 5 NaN, 5 NaN 1, ...
+  BlockMedian(x, x, 3, meReflect);
+  for (int i = 0; i < 5; ++i) EXPECT_TRUE(x.Values(i) == med[i] || (std::isnan(x.Values(i)) && std::isnan(med[i])));
+  EXPECT_THROW(BlockMedian(x, x, 0, meWrap), EVecError);
+  EXPECT_THROW(BlockMedian(x, TVec(4, true), 3, meWrap), EVecError);
+}
+
+// Integration and differentiation against SciPy (tests/gen_timeanalysis_reference.py) and a sampled sine.
+TEST(IntegrateDifferentiate, BlocksEqualTheWholeStream) {
+  const auto r = test::ReadRecords("ta_integrate.f64");
+  ASSERT_EQ(r.size(), 3u);
+  const double dt = 1 / r[0][0];
+  TVec x = test::ToVec(r[1]), ref = test::ToVec(r[2]), whole;
+  TDiffState ds;
+  Differentiate(whole, x, dt, ds);
+  for (unsigned seed : {1u, 2u, 3u}) {
+    std::vector<int> blocks = test::RandomBlocks(x.Length(), seed);
+    blocks.insert(blocks.begin() + seed, 0);  // an empty block changes nothing
+    TIntegrateState is;
+    TDiffState ds2;
+    const TVec y = test::InBlocks(x, blocks, [&](const TVec& s, TVec& d) { Integrate(d, s, dt, is); });
+    EXPECT_LT(test::MaxAbsDiff(y, ref), 1e-13 * test::MaxAbs(ref)) << seed;  // scipy
+    const TVec z = test::InBlocks(x, blocks, [&](const TVec& s, TVec& d) { Differentiate(d, s, dt, ds2); });
+    EXPECT_EQ(test::MaxAbsDiff(z, whole), 0.0) << seed;
+  }
+  // Complex data: each component on its own.
+  x.ExtendToComplex(test::ToVec(r[1])).Scale(TCplx(1, -2));
+  ref.ExtendToComplex(test::ToVec(r[2])).Scale(TCplx(1, -2));
+  TIntegrateState is;
+  Integrate(whole, x, dt, is);
+  EXPECT_LT(test::MaxAbsDiff(whole, ref), 1e-13 * test::MaxAbs(ref));
+  EXPECT_THROW(Integrate(whole, x, 0.0, is), EVecError);
+  EXPECT_THROW(Differentiate(whole, x, -1.0, ds), EVecError);
+}
+
+TEST(IntegrateDifferentiate, SampledSineFollowsTheClosedForms) {
+  const double dt = 1e-3, A = 2.0, w = 2 * M_PI * 5.0;
+  TVec x(4000), y, z;
+  for (int i = 0; i < x.Length(); ++i) x.Values(i) = A * std::sin(w * i * dt);
+  TIntegrateState is;
+  TDiffState ds;
+  Integrate(y, x, dt, is);
+  Differentiate(z, x, dt, ds);
+  double errI = 0, errD = 0;
+  for (int i = 0; i < x.Length(); ++i) {
+    errI = std::max(errI, std::fabs(y.Values(i) - A * (1 - std::cos(w * i * dt)) / w));
+    if (i >= 2) errD = std::max(errD, std::fabs(z.Values(i) - A * w * std::cos(w * i * dt)));
+  }
+  // The trapezoid scales the integral by (ωdt/2)·cot(ωdt/2) ≈ 1 − (ωdt)²/12: error up to
+  // Aωdt²/6 (a rectangle rule errs by A·dt/2). The three-point difference errs by up to
+  // Aω³dt²/3 (a first difference by Aω²dt/2). The lower bounds show the bounds are tight.
+  EXPECT_LT(errI, 1.05 * A * w * dt * dt / 6);
+  EXPECT_GT(errI, 0.9 * A * w * dt * dt / 6);
+  EXPECT_LT(errD, A * w * w * w * dt * dt / 3);
+  EXPECT_GT(errD, 0.5 * A * w * w * w * dt * dt / 3);
+  EXPECT_EQ(z.Values(0), 0.0);  // a stream starts without a slope
+  EXPECT_DOUBLE_EQ(z.Values(1), (x.Values(1) - x.Values(0)) / dt);
 }

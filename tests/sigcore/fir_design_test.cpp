@@ -15,7 +15,8 @@ using namespace ondrix::test;
 
 // kaiserord's length and β, and firwin with that Kaiser window, for the four band types and a
 // rate in Hz. The cut-offs are passed as given and, for the same filter, as transition
-// edges around them.
+// edges around them. The highpass and bandstop cases get even lengths, which FirImpulse must
+// lengthen by one tap as firwin's callers do (a gain at Nyquist needs an odd length).
 TEST(FirDesign, KaiserWindowMatchesFirwinAndKaiserord) {
   const auto recs = ReadRecords("filt_firwin.f64");
   ASSERT_EQ(recs.size(), 18u);
@@ -57,11 +58,6 @@ TEST(FirDesign, WindowsTypesAndErrors) {
     if (w == wtExponent) continue;  // a decaying window: not symmetric
     for (int i = 0; i < 20; ++i) EXPECT_NEAR(taps.Values(i), taps.Values(40 - i), 1e-15) << w;
   }
-  // Highpass with an even length gets one tap more (it needs a gain at Nyquist).
-  TVec hp(32);
-  FirImpulse(hp, {0.5}, 2.0, wtHamming, ftHighpass, 0.0);
-  EXPECT_EQ(hp.Length(), 33);
-  EXPECT_NEAR(std::abs(Response(hp, 1.0)), 1.0, 1e-12);
   TVec t(11);
   EXPECT_THROW(FirImpulse(t, {0.5, 0.4}, 2.0, wtHamming, ftBandpass, 0), EVecError);
   EXPECT_THROW(FirImpulse(t, {0.5, 0.6, 0.7}, 2.0, wtHamming, ftBandpass, 0), EVecError);
@@ -103,16 +99,10 @@ TEST(SavGolay, MatchesSavgolCoeffsAndMovingAverage) {
                     static_cast<int>(p[4]));
     EXPECT_LT(RelMaxError(taps, ToVec(recs[c + 1])), 1e-9) << "case " << c / 2;
   }
-  // Smoothing taps reproduce polynomials up to the order exactly.
+  // The defaults: no derivative, unit spacing, centred (the second case).
   TVec taps;
-  SavGolayImpulse(taps, 9, 3);
-  double s = 0, s3 = 0;
-  for (int i = 0; i < 9; ++i) {
-    s += taps.Values(i);
-    s3 += taps.Values(i) * std::pow(i - 4.0, 3);
-  }
-  EXPECT_NEAR(s, 1.0, 1e-13);
-  EXPECT_NEAR(s3, 0.0, 1e-11);
+  SavGolayImpulse(taps, 7, 3);
+  EXPECT_LT(RelMaxError(taps, ToVec(recs[3])), 1e-9);
   EXPECT_THROW(SavGolayImpulse(taps, 5, 5), EVecError);
   EXPECT_THROW(SavGolayImpulse(taps, 5, 2, 3), EVecError);
   // The moving average is the order-0 smoother, of any length.
@@ -136,10 +126,8 @@ TEST(Elliptic, MatchesScipySpecial) {
       const TJacobiElliptic e = JacobiElliptic(u[j], m[i]);
       // scipy (cephes) switches to approximations within 1e-9 of m = 1: looser there.
       const double tol = m[i] > 1 - 1e-9 ? 1e-9 : 1e-13;
-      EXPECT_NEAR(e.Sn, r[4 + 4 * i][j], tol) << m[i] << " " << u[j];
-      EXPECT_NEAR(e.Cn, r[5 + 4 * i][j], tol) << m[i] << " " << u[j];
-      EXPECT_NEAR(e.Dn, r[6 + 4 * i][j], tol) << m[i] << " " << u[j];
-      EXPECT_NEAR(e.Phi, r[7 + 4 * i][j], tol) << m[i] << " " << u[j];
+      const double got[] = {e.Sn, e.Cn, e.Dn, e.Phi};
+      for (int q = 0; q < 4; ++q) EXPECT_NEAR(got[q], r[4 + 4 * i + q][j], tol) << q << ": " << m[i] << " " << u[j];
     }
   }
   const size_t base = 4 + 4 * m.size();

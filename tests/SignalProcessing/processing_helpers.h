@@ -1,4 +1,4 @@
-// Small helpers shared by the generator tests.
+// Small helpers shared by the processing tests: generators, multirate stages and pulls.
 #pragma once
 
 #include <memory>
@@ -27,6 +27,29 @@ void SetLines(TSignalGenerator& g, R&&... lines) {
   g.Sounds()->Template()->Clear();
   (g.Sounds()->Template()->Add(lines), ...);
   g.SetPrepared(false);
+}
+
+template <class T = TSignalDecimator>
+std::unique_ptr<TSignalMultiRate> Decimator(int factor, int envelope = 0, bool filterLast = false) {
+  auto d = std::make_unique<T>(nullptr);
+  d->SetFactor(factor);
+  d->SetEnvelopeFactor(envelope);
+  d->SetLastStageFilterOnly(filterLast);
+  return d;
+}
+
+inline std::unique_ptr<TSignalMultiRate> Interpolator(int factor, double transBW = 0.1) {
+  auto d = std::make_unique<TSignalInterpolator>(nullptr);
+  d->SetFactor(factor);
+  d->SetTransBW(transBW);
+  return d;
+}
+
+inline std::unique_ptr<TSignalMultiRate> Demodulator(double freq, double width) {
+  auto d = std::make_unique<TSignalDemodulator>(nullptr);
+  d->SetSubBandFrequency(freq);
+  d->SetSubBandWidth(width);
+  return d;
 }
 
 /// The samples (doubles) of `blocks` successive pulls, one after the other.
