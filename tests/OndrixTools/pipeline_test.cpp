@@ -187,6 +187,7 @@ TEST(AnalysisList, FedFromOneSourceOrFromAnotherList) {
   auto* first = new TSignalList(&owner);
   first->SetCount(3);
   auto* second = new TSignalList(&owner);
+  second->SetInput(src);
   second->SetInputs(first);
   EXPECT_EQ(second->Input(), nullptr);
   second->Pull();

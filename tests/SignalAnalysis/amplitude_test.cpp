@@ -117,6 +117,19 @@ TEST(AnalyzerEdgeCases, ShortTargetLengthRaisesAndAnEmptyInputLeavesTheSpectrum)
   EXPECT_EQ(Values(rig->Amplt()), Values(before));
 }
 
+TEST(AnalyzerEdgeCases, ApplyWindowScalesOnlyItsRange) {
+  TRig rig(1.0, wtHanning);
+  rig.Feed(Noise(64, 5));
+  const TVec before = rig->ComplexSpectrum();
+  rig->ApplyWindow(8, 16);
+  TVec w;
+  GenerateWindow(wtHanning, w, 16);
+  for (int i = 0; i < before.Length(); ++i) {
+    const double g = i >= 8 && i < 24 ? w.Values(i - 8) : 1.0;
+    EXPECT_EQ(rig->ComplexSpectrum().CValues(i), before.CValues(i) * g) << i;
+  }
+}
+
 TEST(AnalyzerEdgeCases, RotationRotatesTheFrameButLeavesTheInputAsItWas) {
   const int n = 1024, r = 100;
   const TVec x = Noise(n, 11);

@@ -97,7 +97,7 @@ TEST(SignalAnalyzer, SearchesACosineAndItsEnds) {
   TTimeRig rig(x, 100);
   rig.Run();
   const double T = 1 / 3.3;
-  double at[] = {0.3, 0.5, 0.45, 0.0};
+  double at[] = {0.3, 0.5, 0.45, 0.0, 0.99};
   EXPECT_NEAR(rig.an.NearestMaximum(at[0]), 1.7, 2e-3);
   EXPECT_NEAR(rig.an.NearestMinimum(at[1]), -1.7, 2e-3);
   ASSERT_TRUE(rig.an.ZeroCrossing(at[2]));
@@ -106,6 +106,8 @@ TEST(SignalAnalyzer, SearchesACosineAndItsEnds) {
   EXPECT_NEAR(at[1], 0.011 + 1.5 * T, 2e-4);
   EXPECT_NEAR(at[2], 0.011 + 1.25 * T, 5e-4);  // linear interpolation
   EXPECT_EQ(at[3], 0.0);
+  EXPECT_EQ(rig.an.NearestMinimum(at[4]), x.Values(99));  // the last sample ends a descent: no parabola
+  EXPECT_EQ(at[4], 0.99);
   TTimeRig edge(Vec({1, 0, -1, 0}), 1);  // the zero between + and − is the crossing, the last zero none
   edge.Run();
   ASSERT_TRUE(edge.an.ZeroCrossing(at[0] = 3));
