@@ -20,10 +20,12 @@ namespace {
 /// Rotates a signal's samples circularly for the length of a scope (the input's own data).
 class TRotationGuard {
 public:
-  TRotationGuard(TVec& v, int r) : v_(v), r_(r) { v_.Rotate(r_); }
+  TRotationGuard(TVec& v, int r) : v_(v), r_(r) {
+    if (r_ != 0 && v_.Length() > 0) v_.Rotate(r_);
+  }
   ~TRotationGuard() { Restore(); }
   void Restore() {
-    v_.Rotate(-r_);
+    if (r_ != 0 && v_.Length() > 0) v_.Rotate(-r_);
     r_ = 0;
   }
   TRotationGuard(const TRotationGuard&) = delete;
