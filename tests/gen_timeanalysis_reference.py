@@ -11,6 +11,7 @@ import scipy.ndimage as ndimage
 import scipy.signal as ss
 
 from gen_records import write_records as write
+from gen_spectral_reference import cceps, rceps
 
 
 def lags(a, b, lo, hi):
@@ -71,12 +72,8 @@ def main():
     k = np.arange(256)
     s = 0.93 ** k * np.sin(0.3 * k + 0.5)
     x = s + 2.0 * np.roll(s, 40) * (k >= 40)
-    X = np.fft.fft(x)
-    phi, h = np.unwrap(np.angle(X)), 128
-    d = int(np.round(phi[h] / np.pi))
-    hann = np.fft.ifft(np.log(np.abs(np.fft.fft(ss.windows.hann(256, sym=False) * x)))).real
-    write("ta_cepstrum.f64", [x, np.fft.ifft(np.log(np.abs(X))).real, hann,
-                              np.fft.ifft(np.log(np.abs(X)) + 1j * (phi - np.pi * d * k / h)).real, [-d]])
+    cc, d = cceps(x)
+    write("ta_cepstrum.f64", [x, rceps(x).real, rceps(ss.windows.hann(256, sym=False) * x).real, cc, [-d]])
 
     # [L for each output], x (2048), its filtered outputs; [L], xc (1024, complex), its output
     n = np.arange(2048)

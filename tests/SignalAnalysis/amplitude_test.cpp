@@ -130,6 +130,7 @@ TEST(AnalyzerEdgeCases, ApplyWindowScalesOnlyItsRange) {
   }
 }
 
+// The guard's `Length() > 0` as `>= 0` changes nothing: Rotate of an empty vector returns at once.
 TEST(AnalyzerEdgeCases, RotationRotatesTheFrameButLeavesTheInputAsItWas) {
   const int n = 1024, r = 100;
   const TVec x = Noise(n, 11);
