@@ -224,6 +224,27 @@ TEST(AnalysisList, PullUntilEndParallelStopsAtTheFirstEndSerialRunsEach) {
   EXPECT_EQ(b->updates, 5);
 }
 
+// A multi-input item of a list fed by another list waits while an input streams or has ended.
+TEST(AnalysisList, AMultiInputItemWaitsForAStreamingOrEndedInput) {
+  TComponent owner(nullptr);
+  auto* src = new TCounter(&owner);
+  src->streamAt = {2};
+  src->endAt = 4;
+  auto* first = new TSignalList(&owner);
+  first->SetCount(1);
+  first->SetInput(src);
+  auto* second = new TSignalList(&owner);
+  second->SetCount(1);
+  second->Items(0)->SetMultiChannel(true);
+  second->SetInputs(first);
+  int updates = 0;
+  second->Items(0)->OnAfterUpdate = [&](TObject*) { ++updates; };
+  for (int expected : {1, 1, 2, 2}) {
+    second->Pull();
+    EXPECT_EQ(updates, expected) << "after update " << src->updates << " of the source";
+  }
+}
+
 TEST(Collections, SignalItemWiringAndBlockAssign) {
   TComponent owner(nullptr);
   auto* consumer = new TMixer(&owner);
