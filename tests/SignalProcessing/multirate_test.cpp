@@ -62,12 +62,10 @@ TEST(MultiRate, SetterRules) {
   TSignal src(nullptr);
   src.SetData(TVec(64));
   src.SetSamplingFrequency(1000.0);
-  TSignalDecimator half(nullptr);
-  half.SetFactor(2);
-  half.SetLastStageFilterOnly(true);  // the one stage only filters, at the input's rate
-  half.SetInput(&src);
-  ASSERT_EQ(half.Pull(), pipeOK);
-  EXPECT_EQ(half.SamplingFrequency(), 1000.0);
+  auto half = Decimator(2, 0, true);  // the one stage only filters, at the input's rate
+  half->SetInput(&src);
+  ASSERT_EQ(half->Pull(), pipeOK);
+  EXPECT_EQ(half->SamplingFrequency(), 1000.0);
 
   // The demodulator's factor follows its band: r = 0.5/LargestExp2(trunc(0.5/W)), doubled
   // when below W; a band past half the rate gives 1.

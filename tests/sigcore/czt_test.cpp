@@ -132,8 +132,10 @@ TEST(Dtft, TonesMatchTheGeometricSeries) {
   const double f0 = 0.1234567, phi = 0.4;
   for (int N : {1, 63, 64, 100000}) {
     TVec c(N + 5, true), r(N + 5);  // elements past N are not read
-    for (int n = 0; n < N + 5; ++n)
-      c.CValues(n) = std::polar(1.0, 2 * M_PI * f0 * n + phi), r.Values(n) = c.CValues(n).real();
+    for (int n = 0; n < N + 5; ++n) {
+      c.CValues(n) = std::polar(1.0, 2 * M_PI * f0 * n + phi);
+      r.Values(n) = c.CValues(n).real();
+    }
     for (double f : {0.0, 0.01, 0.1234, 0.37}) {
       const TCplx A = std::polar(1.0, phi), tone = series(A, f0, f, N);
       const TCplx cosine = 0.5 * (tone + series(std::conj(A), -f0, f, N));  // the tones at ±f0

@@ -335,17 +335,17 @@ TEST(WaveletState, PreparesAndClamps) {
 // (tests/data/ta_median.f64, from tests/gen_timeanalysis_reference.py), and its NaN order.
 // The padded copy needs at least n + L - 1 values; a larger buffer changes nothing.
 TEST(BlockMedian, MatchesNumpyWithReflectedAndWrappedEnds) {
-  const auto r = test::ReadRecords("ta_median.f64");
+  const auto r = ReadRecords("ta_median.f64");
   ASSERT_EQ(r.size(), 2 + 2 * r[0].size());
   TVec y;
   for (size_t c = 0; c < 2 * r[0].size(); ++c) {
-    BlockMedian(y, test::ToVec(r[1]), static_cast<int>(r[0][c / 2]), c % 2 ? meWrap : meReflect);
-    EXPECT_EQ(test::MaxAbsDiff(y, test::ToVec(r[2 + c])), 0.0) << "L " << r[0][c / 2] << " edge " << c % 2;
+    BlockMedian(y, ToVec(r[1]), static_cast<int>(r[0][c / 2]), c % 2 ? meWrap : meReflect);
+    EXPECT_EQ(MaxAbsDiff(y, ToVec(r[2 + c])), 0.0) << "L " << r[0][c / 2] << " edge " << c % 2;
   }
 }
 
 TEST(BlockMedian, NaNSortsAboveNumbersAndBadArgumentsRaise) {
-  TVec x = test::ToVec({5, NAN, 1, 2, 8});
+  TVec x = ToVec({5, NAN, 1, 2, 8});
   const double med[] = {NAN, 5, 2, 2, 2};  // windows NaN 5 NaN, 5 NaN 1, ...
   BlockMedian(x, x, 3, meReflect);
   for (int i = 0; i < 5; ++i) EXPECT_TRUE(x.Values(i) == med[i] || (std::isnan(x.Values(i)) && std::isnan(med[i])));
@@ -355,28 +355,28 @@ TEST(BlockMedian, NaNSortsAboveNumbersAndBadArgumentsRaise) {
 
 // Integration and differentiation against SciPy (tests/gen_timeanalysis_reference.py) and a sampled sine.
 TEST(IntegrateDifferentiate, BlocksEqualTheWholeStream) {
-  const auto r = test::ReadRecords("ta_integrate.f64");
+  const auto r = ReadRecords("ta_integrate.f64");
   ASSERT_EQ(r.size(), 3u);
   const double dt = 1 / r[0][0];
-  TVec x = test::ToVec(r[1]), ref = test::ToVec(r[2]), whole;
+  TVec x = ToVec(r[1]), ref = ToVec(r[2]), whole;
   TDiffState ds;
   Differentiate(whole, x, dt, ds);
   for (unsigned seed : {1u, 2u, 3u}) {
-    std::vector<int> blocks = test::RandomBlocks(x.Length(), seed);
+    std::vector<int> blocks = RandomBlocks(x.Length(), seed);
     blocks.insert(blocks.begin() + seed, 0);  // an empty block changes nothing
     TIntegrateState is;
     TDiffState ds2;
-    const TVec y = test::InBlocks(x, blocks, [&](const TVec& s, TVec& d) { Integrate(d, s, dt, is); });
-    EXPECT_LT(test::MaxAbsDiff(y, ref), 1e-13 * test::MaxAbs(ref)) << seed;  // scipy
-    const TVec z = test::InBlocks(x, blocks, [&](const TVec& s, TVec& d) { Differentiate(d, s, dt, ds2); });
-    EXPECT_EQ(test::MaxAbsDiff(z, whole), 0.0) << seed;
+    const TVec y = InBlocks(x, blocks, [&](const TVec& s, TVec& d) { Integrate(d, s, dt, is); });
+    EXPECT_LT(MaxAbsDiff(y, ref), 1e-13 * MaxAbs(ref)) << seed;  // scipy
+    const TVec z = InBlocks(x, blocks, [&](const TVec& s, TVec& d) { Differentiate(d, s, dt, ds2); });
+    EXPECT_EQ(MaxAbsDiff(z, whole), 0.0) << seed;
   }
   // Complex data: each component on its own.
-  x.ExtendToComplex(test::ToVec(r[1])).Scale(TCplx(1, -2));
-  ref.ExtendToComplex(test::ToVec(r[2])).Scale(TCplx(1, -2));
+  x.ExtendToComplex(ToVec(r[1])).Scale(TCplx(1, -2));
+  ref.ExtendToComplex(ToVec(r[2])).Scale(TCplx(1, -2));
   TIntegrateState is;
   Integrate(whole, x, dt, is);
-  EXPECT_LT(test::MaxAbsDiff(whole, ref), 1e-13 * test::MaxAbs(ref));
+  EXPECT_LT(MaxAbsDiff(whole, ref), 1e-13 * MaxAbs(ref));
   EXPECT_THROW(Integrate(whole, x, 0.0, is), EVecError);
   EXPECT_THROW(Differentiate(whole, x, -1.0, ds), EVecError);
 }
